@@ -1,0 +1,109 @@
+#pragma once
+
+#include "tarv/music/SNote.hpp"
+#include "tarv/shapes/TARVFretIndicator.hpp"
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarv {
+
+class SStringedInstrumentTuning;
+class TARVChordShape;
+using TARVChordShapePtr = std::shared_ptr<TARVChordShape>;
+
+/// One chord diagram: fret indicators kept in indicator order (string ascending, then fret
+/// ascending), relative to a base fret, with a badness score.
+///
+/// A shape is built, then scored, then only read. Its reach and hash are computed on first
+/// request and cached; a shape is used by one thread at a time.
+class TARVChordShape final {
+public:
+    /// `init`: no indicators, every number 0.
+    TARVChordShape() = default;
+
+    /// A new shape at base fret `fret` with one indicator per entry of `indicators` (only fret and
+    /// string are taken), its base string set to the highest sounding string, and its barre formed.
+    static TARVChordShapePtr shapeFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
+                                                     std::uint8_t fret);
+
+    // Building ------------------------------------------------------------------------------
+
+    /// A negative fret adds a muted indicator, fret 0 at base fret 0 an open one, anything else a
+    /// finger.
+    void addIndicatorForFret(std::int8_t fret, std::uint8_t onString);
+    void addOpenIndicatorForString(std::uint8_t string);
+    /// The one add operation that also clears the cached hash.
+    void addMutedIndicatorForString(std::uint8_t string);
+    /// Adds a barre and removes the marks it replaces (see the barre rule). Throws
+    /// std::out_of_range when the positions it looks at lie beyond the indicator list.
+    void addBarreIndicatorForFret(std::uint8_t fret, std::uint8_t startString,
+                                  std::uint8_t endString);
+    /// Inserts at the position a binary search finds; keeps the indicator order.
+    void _addSortedIndicator(const TARVFretIndicator& indicator);
+    /// The barre rule: above the nut, strings held at relative fret 0 become one barre when no
+    /// open or muted string lies below the highest of them. Always clears the cached hash.
+    void addBarresAsNecessary();
+
+    // Reading -------------------------------------------------------------------------------
+
+    const std::vector<TARVFretIndicator>& indicators() const noexcept { return _indicators; }
+    std::uint8_t baseFret() const noexcept { return _baseFret; }
+    void setBaseFret(std::uint8_t baseFret) noexcept { _baseFret = baseFret; }
+    std::uint8_t baseString() const noexcept { return _baseString; }
+    void setBaseString(std::uint8_t baseString) noexcept { _baseString = baseString; }
+    std::uint64_t badness() const noexcept { return _badness; }
+    void setBadness(std::uint64_t badness) noexcept { _badness = badness; }
+
+    /// Span of frets that fingers must cover; computed once, then cached for good.
+    std::uint8_t reach() const noexcept;
+    /// Highest string (a barre's end string) plus one; 6, with a log line, when that is 0.
+    std::uint8_t stringCount() const;
+
+    /// By badness alone: -1, 0 or +1.
+    std::int64_t compare(const TARVChordShape& other) const noexcept {
+        return _badness < other._badness ? -1 : (_badness > other._badness ? 1 : 0);
+    }
+    /// Base fret, base string, reach and the indicator lists; badness is not compared.
+    bool isEqualToShape(const TARVChordShape& other) const noexcept;
+    bool isEqual(const TARVChordShape& other) const noexcept { return isEqualToShape(other); }
+    std::uint64_t hash() const noexcept;
+    std::string description() const;
+
+    static constexpr bool supportsSecureCoding() noexcept { return true; }
+
+    // Notation and notes ----------------------------------------------------------------------
+
+    /// The shape built from `indicators` at base fret `fret` (low 8 bits), scored for 6 strings.
+    static TARVChordShapePtr shapeForIndicators(std::span<const TARVFretIndicator> indicators,
+                                                std::uint64_t atFret);
+    /// Absolute frets by string (position i is string i), negative for muted.
+    static TARVChordShapePtr shapeForFretNumberArray(std::span<const std::int64_t> frets);
+    /// "x,3,2,0,1,0": comma-separated absolute frets, the last component being string 0.
+    static TARVChordShapePtr shapeForFretNumberString(std::string_view text);
+    /// The notes the shape sounds in `tuning`, one per sounding string from string 0 up.
+    std::vector<SNote> notesInTuning(const SStringedInstrumentTuning& tuning) const;
+
+    /// The dictionary form: {"fret": base fret, "indicators": [fret of string 0, 1, ...]}.
+    nlohmann::json serializationDictionary() const;
+
+    /// Fingers needed: a finger counts 1 except on the lowest-pitched string, a barre 1, open and
+    /// muted strings 0.
+    std::uint64_t _fingersRequiredToPlayWithStringCount(std::uint8_t stringCount) const noexcept;
+
+private:
+    std::vector<TARVFretIndicator> _indicators;
+    mutable std::uint8_t _reach = 0;
+    mutable std::uint64_t _hash = 0;
+    std::uint8_t _baseFret = 0;
+    std::uint8_t _baseString = 0;
+    std::uint64_t _badness = 0;
+};
+
+} // namespace tarv

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tarv {
+
+/// The class of an indicator. `TARVFretIndicator` is the base of the other three.
+enum class TARVIndicatorClass : std::uint8_t {
+    Fret,  ///< `TARVFretIndicator`: a finger on one string
+    Barre, ///< `TARVBarreIndicator`: one finger across a run of strings
+    Muted, ///< `TARVMutedFretIndicator`: a string that is not played
+    Open,  ///< `TARVOpenFretIndicator`: a string that sounds open
+};
+
+/// One mark of a chord diagram: a finger on string `string` at fret `fret` (relative to the
+/// shape's base fret; negative means muted).
+///
+/// Indicators are 4-byte values. The subclasses `TARVBarreIndicator`, `TARVMutedFretIndicator`
+/// and `TARVOpenFretIndicator` add constructors only; the class an indicator was made as is kept
+/// in `indicatorClass()`, so a list of `TARVFretIndicator` values holds every kind without
+/// losing it, and the class tests answer as for objects of those classes.
+class TARVFretIndicator {
+public:
+    /// Plain default construction: fret 0 on string 0.
+    constexpr TARVFretIndicator() noexcept = default;
+    /// `initAtFret:onString:`.
+    constexpr TARVFretIndicator(std::int8_t fret, std::uint8_t string) noexcept
+        : _fret(fret), _string(string) {}
+
+    static constexpr TARVFretIndicator indicatorAtFret(std::int8_t fret,
+                                                       std::uint8_t string) noexcept {
+        return {fret, string};
+    }
+
+    constexpr std::int8_t fret() const noexcept { return _fret; }
+    constexpr void setFret(std::int8_t fret) noexcept { _fret = fret; }
+    constexpr std::uint8_t string() const noexcept { return _string; }
+    constexpr void setString(std::uint8_t string) noexcept { _string = string; }
+    /// The last string of a barre (0 for the other classes, which have no such field).
+    constexpr std::uint8_t endString() const noexcept { return _endString; }
+
+    constexpr TARVIndicatorClass indicatorClass() const noexcept { return _class; }
+    /// Kind-of test: true when this indicator's class is `cls` or a subclass of it.
+    constexpr bool isKindOfClass(TARVIndicatorClass cls) const noexcept {
+        return cls == TARVIndicatorClass::Fret || cls == _class;
+    }
+    /// Member-of test: true only for exactly that class.
+    constexpr bool isMemberOfClass(TARVIndicatorClass cls) const noexcept { return cls == _class; }
+    constexpr bool isBarre() const noexcept { return _class == TARVIndicatorClass::Barre; }
+    constexpr bool isMuted() const noexcept { return _class == TARVIndicatorClass::Muted; }
+    constexpr bool isOpen() const noexcept { return _class == TARVIndicatorClass::Open; }
+
+    /// Fret and string equal; a barre receiver also compares `endString`. No class test.
+    constexpr bool isEqualToFretIndicator(const TARVFretIndicator& other) const noexcept {
+        return _fret == other._fret && _string == other._string &&
+               (!isBarre() || _endString == other._endString);
+    }
+    /// One-sided: `other` must be of this indicator's class or a subclass of it.
+    constexpr bool isEqual(const TARVFretIndicator& other) const noexcept {
+        return other.isKindOfClass(_class) && isEqualToFretIndicator(other);
+    }
+    std::uint64_t hash() const noexcept;
+    /// Smaller string first, then smaller (signed) fret; -1, 0 or +1.
+    constexpr std::int64_t compare(const TARVFretIndicator& other) const noexcept {
+        if (_string != other._string) {
+            return _string < other._string ? -1 : 1;
+        }
+        if (_fret != other._fret) {
+            return _fret < other._fret ? -1 : 1;
+        }
+        return 0;
+    }
+    std::string description() const;
+
+    /// Exact identity of value and class, for containers keyed by indicator lists.
+    constexpr bool isIdenticalTo(const TARVFretIndicator& other) const noexcept {
+        return _fret == other._fret && _string == other._string &&
+               _endString == other._endString && _class == other._class;
+    }
+
+    static constexpr bool supportsSecureCoding() noexcept { return true; }
+
+protected:
+    constexpr TARVFretIndicator(std::int8_t fret, std::uint8_t string, std::uint8_t endString,
+                                TARVIndicatorClass cls) noexcept
+        : _fret(fret), _string(string), _endString(endString), _class(cls) {}
+    constexpr void setEndStringField(std::uint8_t endString) noexcept { _endString = endString; }
+
+private:
+    std::int8_t _fret = 0;
+    std::uint8_t _string = 0;
+    std::uint8_t _endString = 0;
+    TARVIndicatorClass _class = TARVIndicatorClass::Fret;
+};
+
+static_assert(sizeof(TARVFretIndicator) == 4);
+
+} // namespace tarv

@@ -1,0 +1,104 @@
+#include "tarv/music/SNote.hpp"
+
+#include "tarv/music/TARVHasher.hpp"
+
+namespace tarv {
+
+namespace {
+constexpr int kLetterValues[7] = {0, 2, 4, 5, 7, 9, 11};
+constexpr char kLetterNames[7] = {'C', 'D', 'E', 'F', 'G', 'A', 'B'};
+// Spelling of each pitch class when a note is made from a value: letter index and accidental.
+constexpr std::uint8_t kValueLetters[12] = {0, 0, 1, 1, 2, 3, 3, 4, 4, 5, 5, 6};
+constexpr std::int8_t kValueAccidentals[12] = {0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1, 0};
+
+constexpr std::string_view kUnicodeSharp = "\u266F";
+constexpr std::string_view kUnicodeFlat = "\u266D";
+
+int letterIndex(char c) {
+    switch (c) {
+    case 'C': return 0;
+    case 'D': return 1;
+    case 'E': return 2;
+    case 'F': return 3;
+    case 'G': return 4;
+    case 'A': return 5;
+    case 'B': return 6;
+    default: return -1;
+    }
+}
+} // namespace
+
+std::optional<SNote> SNote::noteWithString(std::string_view text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    const int letter = letterIndex(text.front());
+    if (letter < 0) {
+        return std::nullopt;
+    }
+    text.remove_prefix(1);
+    int sharps = 0;
+    int flats = 0;
+    while (!text.empty()) {
+        if (text.front() == '#') {
+            ++sharps;
+            text.remove_prefix(1);
+        } else if (text.front() == 'b') {
+            ++flats;
+            text.remove_prefix(1);
+        } else if (text.starts_with(kUnicodeSharp)) {
+            ++sharps;
+            text.remove_prefix(kUnicodeSharp.size());
+        } else if (text.starts_with(kUnicodeFlat)) {
+            ++flats;
+            text.remove_prefix(kUnicodeFlat.size());
+        } else {
+            return std::nullopt;
+        }
+    }
+    if ((sharps > 0 && flats > 0) || sharps > 2 || flats > 2) {
+        return std::nullopt;
+    }
+    return SNote(static_cast<std::uint8_t>(letter), static_cast<std::int8_t>(sharps - flats));
+}
+
+SNote SNote::noteWithValue(int value) noexcept {
+    const int pc = ((value % 12) + 12) % 12;
+    return SNote(kValueLetters[pc], kValueAccidentals[pc]);
+}
+
+SNote SNote::noteWithOffset(std::int8_t offset) const noexcept {
+    if (offset == 0) {
+        return *this;
+    }
+    return noteWithValue(noteValue() + offset);
+}
+
+std::int32_t SNote::offsetFromNote(const SNote& note) const noexcept {
+    return (static_cast<std::int32_t>(noteValue()) - note.noteValue() + 12) % 12;
+}
+
+std::uint8_t SNote::noteValue() const noexcept {
+    return static_cast<std::uint8_t>((kLetterValues[_letter] + _accidental + 12) % 12);
+}
+
+int SNote::semitonesAboveC() const noexcept { return kLetterValues[_letter] + _accidental; }
+
+std::string SNote::string() const {
+    std::string text(1, kLetterNames[_letter]);
+    if (_accidental > 0) {
+        text.append(static_cast<std::size_t>(_accidental), '#');
+    } else if (_accidental < 0) {
+        text.append(static_cast<std::size_t>(-_accidental), 'b');
+    }
+    return text;
+}
+
+std::uint64_t SNote::hash() const noexcept {
+    TARVHasher hasher = TARVHasherCreate();
+    TARVHasherAddUnsignedInt(&hasher, _letter);
+    TARVHasherAddUnsignedInt(&hasher, static_cast<std::uint32_t>(_accidental));
+    return TARVHasherGetResult(&hasher) & 0xFFFFFFFFULL;
+}
+
+} // namespace tarv
