@@ -8,7 +8,8 @@ namespace tarv {
 /// `endString`, both inclusive. Its equality also compares `endString`; its hash takes it in.
 class TARVBarreIndicator : public TARVFretIndicator {
 public:
-    constexpr TARVBarreIndicator() noexcept : TARVFretIndicator(0, 0, 0, TARVIndicatorClass::Barre) {}
+    constexpr TARVBarreIndicator() noexcept
+        : TARVFretIndicator(0, 0, 0, TARVIndicatorClass::Barre) {}
     /// `initWithFret:startString:endString:`.
     constexpr TARVBarreIndicator(std::int8_t fret, std::uint8_t startString,
                                  std::uint8_t endString) noexcept

@@ -76,8 +76,8 @@ public:
 
     /// Exact identity of value and class, for containers keyed by indicator lists.
     constexpr bool isIdenticalTo(const TARVFretIndicator& other) const noexcept {
-        return _fret == other._fret && _string == other._string &&
-               _endString == other._endString && _class == other._class;
+        return _fret == other._fret && _string == other._string && _endString == other._endString &&
+               _class == other._class;
     }
 
     static constexpr bool supportsSecureCoding() noexcept { return true; }
