@@ -18,6 +18,10 @@ public:
     /// `numericNoteStringValue`. A text that does not read as a chord gives no chord.
     static std::shared_ptr<const SChord> chordWithString(std::string_view text);
 
+    /// The canonical suffix of every chord quality `chordWithString` reads, in a fixed order:
+    /// the qualities of pop and folk sheets first, then those of jazz charts, then rare ones.
+    static const std::vector<std::string>& supportedQualities();
+
     const SNote& root() const noexcept { return _root; }
     /// The bass of a slash chord; absent otherwise.
     const std::optional<SNote>& addedBase() const noexcept { return _addedBase; }
