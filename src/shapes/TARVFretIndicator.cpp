@@ -1,21 +1,8 @@
 #include "tarv/shapes/TARVFretIndicator.hpp"
 
-#include "tarv/music/TARVHasher.hpp"
-
 #include <cstdio>
 
 namespace tarv {
-
-std::uint64_t TARVFretIndicator::hash() const noexcept {
-    TARVHasher hasher = TARVHasherCreate();
-    // The fret goes in sign-extended: -1 is added as 0xFFFFFFFF.
-    TARVHasherAddUnsignedInt(&hasher, static_cast<std::uint32_t>(static_cast<std::int32_t>(_fret)));
-    TARVHasherAddUnsignedInt(&hasher, _string);
-    if (isBarre()) {
-        TARVHasherAddUnsignedInt(&hasher, _endString);
-    }
-    return TARVHasherGetResult(&hasher) & 0xFFFFFFFFULL;
-}
 
 std::string TARVFretIndicator::description() const {
     char buffer[64];

@@ -1,10 +1,18 @@
 #pragma once
 
+#include "tarv/music/TARVHasher.hpp"
+
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <span>
 #include <string>
 
 namespace tarv {
+
+struct TARVArchiveClass;
+class TARVKeyedArchiver;
+class TARVKeyedUnarchiver;
 
 /// The class of an indicator. `TARVFretIndicator` is the base of the other three.
 enum class TARVIndicatorClass : std::uint8_t {
@@ -61,7 +69,18 @@ public:
     constexpr bool isEqual(const TARVFretIndicator& other) const noexcept {
         return other.isKindOfClass(_class) && isEqualToFretIndicator(other);
     }
-    std::uint64_t hash() const noexcept;
+    /// Fret (sign-extended to 32 bits, so -1 is 0xFFFFFFFF), string and, for a barre, end string
+    /// fed to the hash accumulator; the low 32 bits of the result.
+    constexpr std::uint64_t hash() const noexcept {
+        TARVHasher hasher = TARVHasherCreate();
+        TARVHasherAddUnsignedInt(&hasher,
+                                 static_cast<std::uint32_t>(static_cast<std::int32_t>(_fret)));
+        TARVHasherAddUnsignedInt(&hasher, _string);
+        if (isBarre()) {
+            TARVHasherAddUnsignedInt(&hasher, _endString);
+        }
+        return TARVHasherGetResult(&hasher) & 0xFFFFFFFFULL;
+    }
     /// Smaller string first, then smaller (signed) fret; -1, 0 or +1.
     constexpr std::int64_t compare(const TARVFretIndicator& other) const noexcept {
         if (_string != other._string) {
@@ -81,6 +100,22 @@ public:
     }
 
     static constexpr bool supportsSecureCoding() noexcept { return true; }
+
+    // Keyed archive
+    /// "TARVFretIndicator", a subclass of NSObject.
+    static const TARVArchiveClass& archiveClass() noexcept;
+    /// The four indicator classes: an archived indicator may be of any of them.
+    static std::span<const TARVArchiveClass* const> archiveClasses() noexcept;
+    /// The archive class of this indicator's own class, so that open, muted and barre
+    /// indicators read back as their classes.
+    const TARVArchiveClass& classForKeyedArchiver() const noexcept;
+    /// A barre writes "barre": (endString << 16) | (string << 8) | fret sign-extended to 32 bits,
+    /// unmasked. Every other indicator writes "indicator": string in the high byte, fret masked
+    /// to 8 bits in the low byte. Both are number objects.
+    void encodeWithCoder(TARVKeyedArchiver& coder) const;
+    /// An indicator of the class the archive names. Reads the older keys "fret", "string" and
+    /// "endstring" when present, else "indicator" or "barre"; missing keys leave fields at 0.
+    static std::optional<TARVFretIndicator> initWithCoder(TARVKeyedUnarchiver& coder);
 
 protected:
     constexpr TARVFretIndicator(std::int8_t fret, std::uint8_t string, std::uint8_t endString,

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tarv {
+
+class TARVChordShape;
+
+/// The badness of a chord shape: lower is better. Shapes of the standard table take their
+/// hand-set score; every other shape is scored by a formula over its base fret, reach, bass string
+/// and indicators.
+class TARVChordShapeScorer {
+public:
+    /// The badness of `shape` on an instrument with `stringCount` strings (unsigned 64-bit
+    /// arithmetic throughout). Does not store it: callers set it with `setBadness`. Allocates
+    /// nothing.
+    static std::uint64_t scoreForShape(const TARVChordShape& shape, std::int64_t stringCount);
+};
+
+} // namespace tarv

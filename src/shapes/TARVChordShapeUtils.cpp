@@ -1,0 +1,133 @@
+#include "tarv/instruments/SStringedInstrumentTuning.hpp"
+#include "tarv/shapes/TARVChordShape.hpp"
+
+// The one place where the shape model calls into generation: built shapes are scored here.
+#include "tarv/generation/TARVChordShapeScorer.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace tarv {
+
+namespace {
+
+/// Shapes built from fret numbers are scored as six-string shapes, whatever their string count.
+constexpr std::int64_t kScoringStringCount = 6;
+
+/// The base fret of a fret-number list without any sounding string.
+constexpr std::int8_t kNoSoundingStringBaseFret = 127;
+
+/// Lenient decimal reading: leading spaces and tabs, an optional sign, then digits up to the first
+/// other character; 0 when no digit follows. Values beyond the 32-bit range saturate at its
+/// limits.
+std::int64_t lenientIntegerValue(std::string_view text) {
+    std::size_t position = 0;
+    while (position < text.size() && (text[position] == ' ' || text[position] == '\t')) {
+        ++position;
+    }
+    bool negative = false;
+    if (position < text.size() && (text[position] == '+' || text[position] == '-')) {
+        negative = text[position] == '-';
+        ++position;
+    }
+    constexpr std::int64_t kLimit =
+        static_cast<std::int64_t>(std::numeric_limits<std::int32_t>::max()) + 1;
+    std::int64_t magnitude = 0;
+    while (position < text.size() && text[position] >= '0' && text[position] <= '9') {
+        magnitude = std::min<std::int64_t>(magnitude * 10 + (text[position] - '0'), kLimit);
+        ++position;
+    }
+    if (negative) {
+        return -magnitude;
+    }
+    return std::min<std::int64_t>(magnitude, std::numeric_limits<std::int32_t>::max());
+}
+
+} // namespace
+
+TARVChordShapePtr TARVChordShape::shapeForIndicators(std::span<const TARVFretIndicator> indicators,
+                                                     std::uint64_t atFret) {
+    TARVChordShapePtr shape =
+        shapeFromIndicatorArray(indicators, static_cast<std::uint8_t>(atFret));
+    shape->setBadness(TARVChordShapeScorer::scoreForShape(*shape, kScoringStringCount));
+    return shape;
+}
+
+TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t> frets) {
+    std::int8_t baseFret = kNoSoundingStringBaseFret;
+    for (const std::int64_t fret : frets) {
+        const auto byte = static_cast<std::int8_t>(static_cast<std::uint8_t>(fret));
+        if (byte >= 0 && byte < baseFret) {
+            baseFret = byte;
+        }
+    }
+    std::vector<TARVFretIndicator> indicators;
+    indicators.reserve(frets.size());
+    for (std::size_t string = 0; string < frets.size(); ++string) {
+        const auto byte = static_cast<std::uint8_t>(frets[string]);
+        indicators.push_back(TARVFretIndicator::indicatorAtFret(
+            static_cast<std::int8_t>(static_cast<std::uint8_t>(byte - baseFret)),
+            static_cast<std::uint8_t>(string)));
+    }
+    return shapeForIndicators(indicators, static_cast<std::uint64_t>(baseFret));
+}
+
+TARVChordShapePtr TARVChordShape::shapeForFretNumberString(std::string_view text) {
+    std::vector<std::string_view> components;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t comma = text.find(',', start);
+        if (comma == std::string_view::npos) {
+            components.push_back(text.substr(start));
+            break;
+        }
+        components.push_back(text.substr(start, comma - start));
+        start = comma + 1;
+    }
+    // The last component is string 0.
+    std::vector<std::int64_t> frets;
+    frets.reserve(components.size());
+    for (auto component = components.rbegin(); component != components.rend(); ++component) {
+        frets.push_back(*component == "x" ? -1 : lenientIntegerValue(*component));
+    }
+    return shapeForFretNumberArray(frets);
+}
+
+std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning& tuning) const {
+    // Notes by string number; strings above the base string get none.
+    std::array<std::optional<SNote>, 256> notes;
+    const std::vector<SPitch>& pitches = tuning.stringPitches();
+    const auto baseOffset = static_cast<std::int8_t>(_baseFret);
+    std::size_t entries = 0;
+    while (entries < pitches.size()) {
+        notes[entries] = pitches[entries].note().noteWithOffset(baseOffset);
+        ++entries;
+        if (entries - 1 == _baseString) {
+            break;
+        }
+    }
+    for (const TARVFretIndicator& indicator : _indicators) {
+        std::optional<SNote>& note = notes[indicator.string()];
+        if (indicator.isMuted()) {
+            note.reset();
+        } else if (note) {
+            // A barre moves only its start string: the strings under it sound the base note.
+            note = note->noteWithOffset(indicator.fret());
+        }
+    }
+    std::vector<SNote> result;
+    result.reserve(entries);
+    for (std::size_t string = 0; string < entries; ++string) {
+        if (notes[string]) {
+            result.push_back(*notes[string]);
+        }
+    }
+    return result;
+}
+
+} // namespace tarv
