@@ -30,17 +30,39 @@ TARVChordShapePtr
 TARVChordShape::shapeFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
                                         std::uint8_t fret) {
     auto shape = std::make_shared<TARVChordShape>();
-    shape->_baseFret = fret;
-    shape->_baseString = 0;
     shape->_indicators.reserve(indicators.size() + 1);
-    for (const TARVFretIndicator& indicator : indicators) {
-        if (indicator.fret() >= 0 && indicator.string() > shape->_baseString) {
-            shape->_baseString = indicator.string();
-        }
-        shape->addIndicatorForFret(indicator.fret(), indicator.string());
-    }
-    shape->addBarresAsNecessary();
+    shape->_rebuildFromIndicatorArray(indicators, fret);
     return shape;
+}
+
+void TARVChordShape::_rebuildFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
+                                                std::uint8_t fret) {
+    _indicators.clear();
+    _reach = 0;
+    _badness = 0;
+    _baseFret = fret;
+    _baseString = 0;
+    // The same marks addIndicatorForFret would add, placed by an insertion sort that puts each
+    // mark after its equals, as the sorted insertion does.
+    for (const TARVFretIndicator& indicator : indicators) {
+        const std::int8_t markFret = indicator.fret();
+        const std::uint8_t string = indicator.string();
+        if (markFret >= 0 && string > _baseString) {
+            _baseString = string;
+        }
+        TARVFretIndicator mark = markFret < 0 ? TARVMutedFretIndicator::indicatorOnString(string)
+                                 : markFret == 0 && fret == 0
+                                     ? TARVOpenFretIndicator::indicatorOnString(string)
+                                     : TARVFretIndicator::indicatorAtFret(markFret, string);
+        std::size_t position = _indicators.size();
+        _indicators.push_back(mark);
+        while (position > 0 && mark.compare(_indicators[position - 1]) < 0) {
+            _indicators[position] = _indicators[position - 1];
+            --position;
+        }
+        _indicators[position] = mark;
+    }
+    addBarresAsNecessary();
 }
 
 void TARVChordShape::addIndicatorForFret(std::int8_t fret, std::uint8_t onString) {
@@ -68,22 +90,23 @@ void TARVChordShape::addBarreIndicatorForFret(std::uint8_t fret, std::uint8_t st
         TARVBarreIndicator::barreForFret(static_cast<std::int8_t>(fret), startString, endString);
 
     // The walk is bounded by the barre's length and visits list positions, not string numbers.
+    // The marks it finds at the barre's fret are removed together, after the walk.
     const std::int64_t length =
         static_cast<std::int64_t>(endString) - static_cast<std::int64_t>(startString) + 1;
-    std::vector<std::size_t> positions;
-    for (std::int64_t position = startString; position < length; ++position) {
-        if (static_cast<std::size_t>(position) >= _indicators.size()) {
-            throw std::out_of_range("addBarreIndicatorForFret: position " +
-                                    std::to_string(position) + " beyond the indicator list of " +
-                                    std::to_string(_indicators.size()));
-        }
-        if (static_cast<int>(_indicators[static_cast<std::size_t>(position)].fret()) ==
-            static_cast<int>(fret)) {
-            positions.push_back(static_cast<std::size_t>(position));
-        }
+    if (length > static_cast<std::int64_t>(startString) &&
+        length > static_cast<std::int64_t>(_indicators.size())) {
+        throw std::out_of_range(
+            "addBarreIndicatorForFret: position " +
+            std::to_string(std::max<std::size_t>(startString, _indicators.size())) +
+            " beyond the indicator list of " + std::to_string(_indicators.size()));
     }
-    for (auto it = positions.rbegin(); it != positions.rend(); ++it) {
-        _indicators.erase(_indicators.begin() + static_cast<std::ptrdiff_t>(*it));
+    if (length > static_cast<std::int64_t>(startString)) {
+        const auto begin = _indicators.begin() + startString;
+        const auto end = _indicators.begin() + static_cast<std::ptrdiff_t>(length);
+        const auto kept = std::remove_if(begin, end, [fret](const TARVFretIndicator& indicator) {
+            return static_cast<int>(indicator.fret()) == static_cast<int>(fret);
+        });
+        _indicators.erase(kept, end);
     }
     _addSortedIndicator(barre);
 }

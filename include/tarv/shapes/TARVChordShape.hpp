@@ -16,6 +16,9 @@ namespace tarv {
 
 class SStringedInstrumentTuning;
 class TARVChordShape;
+class TARVKeyedArchiver;
+class TARVKeyedUnarchiver;
+struct TARVArchiveClass;
 using TARVChordShapePtr = std::shared_ptr<TARVChordShape>;
 
 /// One chord diagram: fret indicators kept in indicator order (string ascending, then fret
@@ -32,6 +35,10 @@ public:
     /// string are taken), its base string set to the highest sounding string, and its barre formed.
     static TARVChordShapePtr shapeFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
                                                      std::uint8_t fret);
+    /// Makes this shape what `shapeFromIndicatorArray` would build, reusing its storage: every
+    /// field is reset, badness and both caches included.
+    void _rebuildFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
+                                    std::uint8_t fret);
 
     // Building ------------------------------------------------------------------------------
 
@@ -77,6 +84,16 @@ public:
     std::string description() const;
 
     static constexpr bool supportsSecureCoding() noexcept { return true; }
+
+    // Keyed archive
+    /// "TARVChordShape", a subclass of NSObject.
+    static const TARVArchiveClass& archiveClass() noexcept;
+    /// Writes "badness", "basefret", "basestring" and "reach" (computing it if needed) as number
+    /// objects and "indicators" as a growable list of the indicators' own archives.
+    void encodeWithCoder(TARVKeyedArchiver& coder) const;
+    /// A shape with the archived badness, base fret, base string and indicators (sorted); the
+    /// reach and hash are computed again on demand. Null when the coder has failed.
+    static TARVChordShapePtr initWithCoder(TARVKeyedUnarchiver& coder);
 
     // Notation and notes ----------------------------------------------------------------------
 
