@@ -1,0 +1,56 @@
+#pragma once
+
+#include "InputReading.hpp"
+
+#include "tarv/instruments/SStringedInstrumentTuning.hpp"
+#include "tarv/music/SChord.hpp"
+#include "tarv/shapes/TARVChordShape.hpp"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tarv::tool {
+
+/// The answer for one chord of the `shapes` command.
+struct ChordShapesAnswer {
+    std::shared_ptr<const SChord> chord;
+    /// The shapes to show, best first (at most the `--limit`).
+    std::vector<TARVChordShapePtr> shapes;
+    /// How many shapes generation answered, before the limit.
+    std::size_t generatedCount = 0;
+};
+
+/// The answer of the `notation` command.
+struct NotationAnswer {
+    FretText fretText;
+    TARVChordShapePtr shape;
+};
+
+/// Writes the answers of the `shapes` and `notation` commands in one output format. `begin` is
+/// called before the first answer and `end` after the last, so that a format can wrap every
+/// answer of one call in a single document.
+class OutputFormatter {
+public:
+    OutputFormatter() = default;
+    OutputFormatter(const OutputFormatter&) = delete;
+    OutputFormatter& operator=(const OutputFormatter&) = delete;
+    virtual ~OutputFormatter() = default;
+
+    virtual void begin() {}
+    virtual void writeChordShapes(const ChordShapesAnswer& answer,
+                                  const SStringedInstrumentTuning& tuning) = 0;
+    /// `tuning` is null when the command line names none; the sounding notes are then left out.
+    virtual void writeNotation(const NotationAnswer& answer,
+                               const SStringedInstrumentTuning* tuning) = 0;
+    virtual void end() {}
+};
+
+/// The texts of `notes`, in their order.
+std::vector<std::string> noteTexts(const std::vector<SNote>& notes);
+
+/// "Standard tuning (EADGBE, 22 frets)", with ", capo 2" when there is a capo.
+std::string tuningSummary(const SStringedInstrumentTuning& tuning);
+
+} // namespace tarv::tool

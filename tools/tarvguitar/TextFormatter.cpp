@@ -1,0 +1,276 @@
+#include "TextFormatter.hpp"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace tarv::tool {
+
+namespace {
+
+constexpr std::size_t kLineWidth = 80;
+constexpr std::size_t kBlockGap = 3;
+
+const char* const kMarkerGap = " ";
+
+/// Glyph indices of a horizontal line.
+enum HorizontalGlyph { LeftCorner = 0, Crossing = 1, RightCorner = 2, Between = 3 };
+
+std::string rightTrimmed(std::string line) {
+    while (!line.empty() && line.back() == ' ') {
+        line.pop_back();
+    }
+    return line;
+}
+
+std::string joined(const std::vector<const char*>& glyphs) {
+    std::string line;
+    for (const char* glyph : glyphs) {
+        line += glyph;
+    }
+    return rightTrimmed(std::move(line));
+}
+
+std::size_t columnCount(const ShapeDiagram& diagram) {
+    return diagram.stringCount == 0 ? 0 : 2 * static_cast<std::size_t>(diagram.stringCount) - 1;
+}
+
+std::string horizontalLine(const ShapeDiagram& diagram, const char* const (&glyphs)[4]) {
+    const std::size_t columns = columnCount(diagram);
+    std::vector<const char*> line(columns, glyphs[Between]);
+    for (std::size_t column = 0; column < columns; column += 2) {
+        if (columns == 1) {
+            line[column] = glyphs[Crossing];
+        } else if (column == 0) {
+            line[column] = glyphs[LeftCorner];
+        } else if (column + 1 == columns) {
+            line[column] = glyphs[RightCorner];
+        } else {
+            line[column] = glyphs[Crossing];
+        }
+    }
+    return joined(line);
+}
+
+std::string rowLine(const ShapeDiagram& diagram, const BoxGlyphs& glyphs, int row) {
+    const std::size_t columns = columnCount(diagram);
+    std::vector<const char*> line(columns, " ");
+    for (std::size_t column = 0; column < columns; column += 2) {
+        line[column] = glyphs.string;
+    }
+    for (const DiagramBarre& barre : diagram.barres) {
+        if (barre.row != row) {
+            continue;
+        }
+        const auto first = static_cast<std::size_t>(2 * diagram.columnForString(barre.highString));
+        const auto last = static_cast<std::size_t>(2 * diagram.columnForString(barre.lowString));
+        for (std::size_t column = first; column <= last; ++column) {
+            line[column] = (column == first || column == last) ? glyphs.dot : glyphs.barre;
+        }
+    }
+    for (const DiagramDot& dot : diagram.dots) {
+        if (dot.row == row) {
+            line[static_cast<std::size_t>(2 * diagram.columnForString(dot.string))] = glyphs.dot;
+        }
+    }
+    return joined(line);
+}
+
+std::string markerLine(const ShapeDiagram& diagram, const BoxGlyphs& glyphs) {
+    std::vector<const char*> line(columnCount(diagram), kMarkerGap);
+    for (std::uint8_t string = 0; string < diagram.stringCount; ++string) {
+        const char* glyph = kMarkerGap;
+        switch (diagram.markers[string]) {
+        case StringMarker::Muted:
+            glyph = glyphs.muted;
+            break;
+        case StringMarker::Open:
+            glyph = glyphs.open;
+            break;
+        case StringMarker::Fretted:
+            break;
+        }
+        line[static_cast<std::size_t>(2 * diagram.columnForString(string))] = glyph;
+    }
+    return joined(line);
+}
+
+std::string joinedWithSpaces(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
+
+} // namespace
+
+const BoxGlyphs& BoxGlyphs::unicode() {
+    static const BoxGlyphs glyphs{{"╒", "╤", "╕", "═"},
+                                  {"┌", "┬", "┐", "─"},
+                                  {"├", "┼", "┤", "─"},
+                                  {"└", "┴", "┘", "─"},
+                                  "│",
+                                  "●",
+                                  "━",
+                                  "x",
+                                  "o"};
+    return glyphs;
+}
+
+const BoxGlyphs& BoxGlyphs::ascii() {
+    static const BoxGlyphs glyphs{{"=", "=", "=", "="},
+                                  {"+", "+", "+", "-"},
+                                  {"+", "+", "+", "-"},
+                                  {"+", "+", "+", "-"},
+                                  "|",
+                                  "*",
+                                  "=",
+                                  "x",
+                                  "o"};
+    return glyphs;
+}
+
+std::size_t displayWidth(const std::string& text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
+        return (static_cast<unsigned char>(character) & 0xC0U) != 0x80U;
+    }));
+}
+
+std::vector<std::string> chordBoxLines(const ShapeDiagram& diagram, const BoxGlyphs& glyphs) {
+    std::vector<std::string> lines;
+    lines.push_back(markerLine(diagram, glyphs));
+    lines.push_back(horizontalLine(diagram, diagram.atNut ? glyphs.nut : glyphs.top));
+    for (int row = 0; row < diagram.rowCount; ++row) {
+        std::string line = rowLine(diagram, glyphs, row);
+        if (row == 0 && !diagram.atNut) {
+            line += std::string(columnCount(diagram) - displayWidth(line), ' ') + " " +
+                    std::to_string(diagram.firstFret) + "fr";
+        }
+        lines.push_back(std::move(line));
+        lines.push_back(
+            horizontalLine(diagram, row + 1 == diagram.rowCount ? glyphs.bottom : glyphs.wire));
+    }
+    return lines;
+}
+
+std::vector<std::string> sideBySide(const std::vector<std::vector<std::string>>& blocks,
+                                    std::size_t width) {
+    std::vector<std::size_t> widths;
+    widths.reserve(blocks.size());
+    for (const std::vector<std::string>& block : blocks) {
+        std::size_t blockWidth = 0;
+        for (const std::string& line : block) {
+            blockWidth = std::max(blockWidth, displayWidth(line));
+        }
+        widths.push_back(blockWidth);
+    }
+
+    std::vector<std::string> lines;
+    std::size_t first = 0;
+    while (first < blocks.size()) {
+        // The blocks [first, end) share one row.
+        std::size_t end = first + 1;
+        std::size_t used = widths[first];
+        while (end < blocks.size() && used + kBlockGap + widths[end] <= width) {
+            used += kBlockGap + widths[end];
+            ++end;
+        }
+        if (first > 0) {
+            lines.emplace_back();
+        }
+        std::size_t height = 0;
+        for (std::size_t block = first; block < end; ++block) {
+            height = std::max(height, blocks[block].size());
+        }
+        for (std::size_t lineIndex = 0; lineIndex < height; ++lineIndex) {
+            std::string line;
+            for (std::size_t block = first; block < end; ++block) {
+                const std::string text =
+                    lineIndex < blocks[block].size() ? blocks[block][lineIndex] : std::string();
+                line += text;
+                if (block + 1 < end) {
+                    line += std::string(widths[block] - displayWidth(text) + kBlockGap, ' ');
+                }
+            }
+            lines.push_back(rightTrimmed(std::move(line)));
+        }
+        first = end;
+    }
+    return lines;
+}
+
+TextFormatter::TextFormatter(std::ostream& out, bool ascii)
+    : _out(out), _glyphs(ascii ? BoxGlyphs::ascii() : BoxGlyphs::unicode()) {}
+
+std::vector<std::string> TextFormatter::shapeBlock(const TARVChordShape& shape,
+                                                   std::uint8_t stringCount) const {
+    const ShapeDiagram diagram = diagramForShape(shape, stringCount);
+    std::vector<std::string> block = chordBoxLines(diagram, _glyphs);
+    block.push_back(diagram.fretText);
+    block.push_back("badness " + std::to_string(shape.badness()));
+    return block;
+}
+
+void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
+                                     const SStringedInstrumentTuning& tuning) {
+    const std::string& symbol = answer.chord->symbol();
+    if (answer.generatedCount == 0) {
+        _out << symbol << ": no playable shape in " << tuningSummary(tuning) << "\n\n";
+        return;
+    }
+    _out << symbol << ": ";
+    if (answer.shapes.size() < answer.generatedCount) {
+        _out << answer.shapes.size() << " of ";
+    }
+    _out << answer.generatedCount << (answer.generatedCount == 1 ? " shape" : " shapes") << " in "
+         << tuningSummary(tuning) << "\n\n";
+    if (answer.shapes.empty()) {
+        return;
+    }
+
+    std::vector<std::vector<std::string>> blocks;
+    blocks.reserve(answer.shapes.size());
+    for (const TARVChordShapePtr& shape : answer.shapes) {
+        blocks.push_back(shapeBlock(*shape, tuning.stringCount()));
+    }
+    for (const std::string& line : sideBySide(blocks, kLineWidth)) {
+        _out << line << "\n";
+    }
+    _out << "\n";
+}
+
+void TextFormatter::writeNotation(const NotationAnswer& answer,
+                                  const SStringedInstrumentTuning* tuning) {
+    _out << "Shape " << answer.fretText.notation;
+    if (tuning != nullptr) {
+        _out << " in " << tuningSummary(*tuning);
+    }
+    _out << "\n\n";
+    std::vector<std::string> block = shapeBlock(*answer.shape, answer.fretText.stringCount);
+    if (tuning != nullptr) {
+        // Lowest string first, the way the box reads from left to right.
+        std::vector<std::string> notes = noteTexts(answer.shape->notesInTuning(*tuning));
+        std::reverse(notes.begin(), notes.end());
+        block.push_back("notes " +
+                        (notes.empty() ? std::string("(none)") : joinedWithSpaces(notes)));
+    }
+    for (const std::string& line : block) {
+        _out << line << "\n";
+    }
+    _out << "\n";
+}
+
+void writeChordReadingText(std::ostream& out, const SChord& chord) {
+    const auto line = [&out](const char* label, const std::string& value) {
+        out << "  " << label << std::string(24 - std::string(label).size(), ' ') << value << "\n";
+    };
+    out << chord.symbol() << "\n";
+    line("root", chord.root().string());
+    line("bass", chord.addedBase() ? chord.addedBase()->string() : std::string("(none)"));
+    line("notes", joinedWithSpaces(noteTexts(chord.notes())));
+    line("characteristic notes", joinedWithSpaces(noteTexts(chord.characteristicNotes())));
+    line("numericNoteStringValue", chord.numericNoteStringValue());
+    out << "\n";
+}
+
+} // namespace tarv::tool
