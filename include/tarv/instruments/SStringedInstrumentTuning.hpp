@@ -12,6 +12,9 @@ namespace tarv {
 
 class TARVChordShape;
 class SStringedInstrumentTuning;
+class TARVKeyedArchiver;
+class TARVKeyedUnarchiver;
+struct TARVArchiveClass;
 using SStringedInstrumentTuningPtr = std::shared_ptr<SStringedInstrumentTuning>;
 /// A shared, immutable text. Tunings compare their names by identity of this object.
 using TARVSharedText = std::shared_ptr<const std::string>;
@@ -73,6 +76,19 @@ public:
     }
 
     static constexpr bool supportsSecureCoding() noexcept { return true; }
+
+    // Keyed archive
+    /// "SStringedInstrumentTuning", a subclass of NSObject.
+    static const TARVArchiveClass& archiveClass() noexcept;
+    /// Writes "fretCount" and "capo" (number objects), "stringPitches" (a list of pitches),
+    /// "name" and "noteString" (texts), and "stringOrderTransform" (a list of numbers) only when
+    /// there is a transform.
+    void encodeWithCoder(TARVKeyedArchiver& coder) const;
+    /// Null, with a failure on the coder, when "fretCount" or "stringPitches" is missing; a
+    /// missing "capo" reads as 0 and a missing "name" or "noteString" as an empty text. With
+    /// secure decoding the lists are read with their element classes, and again as plain lists
+    /// when either came back absent.
+    static SStringedInstrumentTuningPtr initWithCoder(TARVKeyedUnarchiver& coder);
 
 private:
     TARVSharedText _mName;

@@ -10,6 +10,10 @@
 
 namespace tarv {
 
+struct TARVArchiveClass;
+class TARVKeyedArchiver;
+class TARVKeyedUnarchiver;
+
 /// A note in an octave, in scientific numbering: a new octave begins at C, C4 is middle C and
 /// the low string of a guitar is E2. Immutable and cheap to copy.
 class SPitch {
@@ -45,6 +49,16 @@ public:
     std::uint64_t hash() const noexcept;
 
     static bool supportsSecureCoding() noexcept { return true; }
+
+    // Keyed archive
+    /// "SPitch", a subclass of NSObject.
+    static const TARVArchiveClass& archiveClass() noexcept;
+    /// Writes "note", a text holding the note's spelling ("F#"), and "octave", a number holding
+    /// the signed 8-bit octave.
+    void encodeWithCoder(TARVKeyedArchiver& coder) const;
+    /// Needs a "note" text that names a note and an "octave" number (read at signed 8 bits);
+    /// without them the pitch is refused with an error on the coder.
+    static std::optional<SPitch> initWithCoder(TARVKeyedUnarchiver& coder);
 
 private:
     SNote _note;

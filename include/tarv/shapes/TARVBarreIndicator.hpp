@@ -21,6 +21,10 @@ public:
     }
 
     constexpr void setEndString(std::uint8_t endString) noexcept { setEndStringField(endString); }
+
+    // Keyed archive
+    /// "TARVBarreIndicator", a subclass of TARVFretIndicator.
+    static const TARVArchiveClass& archiveClass() noexcept;
 };
 
 } // namespace tarv

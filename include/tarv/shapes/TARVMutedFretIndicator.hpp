@@ -16,6 +16,10 @@ public:
     static constexpr TARVMutedFretIndicator indicatorOnString(std::uint8_t string) noexcept {
         return {-1, string};
     }
+
+    // Keyed archive
+    /// "TARVMutedFretIndicator", a subclass of TARVFretIndicator.
+    static const TARVArchiveClass& archiveClass() noexcept;
 };
 
 } // namespace tarv

@@ -16,6 +16,10 @@ public:
         indicator.setString(string);
         return indicator;
     }
+
+    // Keyed archive
+    /// "TARVOpenFretIndicator", a subclass of TARVFretIndicator.
+    static const TARVArchiveClass& archiveClass() noexcept;
 };
 
 } // namespace tarv

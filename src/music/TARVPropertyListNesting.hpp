@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace tarv {
+
+/// True when the containers (lists, dictionaries, sets) of a binary property list nest deeper
+/// than `limit`, following object references from the top object. A structure too damaged to
+/// follow answers false: the property list reader refuses it on its own.
+bool TARVBinaryPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit);
+
+/// True when the `<array>` and `<dict>` elements of an XML property list nest deeper than
+/// `limit`. Comments, processing instructions, the document type and CDATA sections are skipped.
+bool TARVXMLPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit);
+
+} // namespace tarv
