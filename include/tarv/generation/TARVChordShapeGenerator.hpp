@@ -17,7 +17,6 @@ namespace tarv {
 class TARVChordShapeCache;
 class TARVChordShapeGenerator;
 using TARVChordShapeGeneratorPtr = std::shared_ptr<TARVChordShapeGenerator>;
-using SChordPtr = std::shared_ptr<const SChord>;
 using SStringedInstrumentTuningConstPtr = std::shared_ptr<const SStringedInstrumentTuning>;
 
 /// A range of frets; a fret f lies in it when location <= f <= location + length.
@@ -31,6 +30,21 @@ struct TARVFretRange {
 /// answer. A generator is used by one thread; several may run at once on different threads.
 class TARVChordShapeGenerator {
 public:
+    /// The library's main entry: the shapes of the shared cache, generated and stored there on
+    /// a miss.
+    static TARVChordShapeGeneratorPtr generatorWithChord(SChordPtr chord,
+                                                         SStringedInstrumentTuningConstPtr tuning);
+    /// As `generatorWithChord`; with `forceGeneration` the shapes are generated and merged into
+    /// the shared cache even on a hit.
+    static TARVChordShapeGeneratorPtr
+    initWithChord(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning, bool forceGeneration);
+    /// Cached generation in front of `cache`. An empty cached list counts as a hit; when
+    /// generation finds nothing the cache is left as it was and the answer is the cached one
+    /// (absent on a miss).
+    static TARVChordShapeGeneratorPtr initWithChord(SChordPtr chord,
+                                                    SStringedInstrumentTuningConstPtr tuning,
+                                                    TARVChordShapeCache& cache,
+                                                    bool forceGeneration);
     /// Generation without any cache.
     static TARVChordShapeGeneratorPtr
     initUncachedWithChord(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning);

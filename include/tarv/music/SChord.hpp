@@ -60,4 +60,6 @@ private:
     std::string _numericNoteStringValue;
 };
 
+using SChordPtr = std::shared_ptr<const SChord>;
+
 } // namespace tarv
