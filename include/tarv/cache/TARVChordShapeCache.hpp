@@ -114,12 +114,13 @@ public:
     void encodeWithCoder(TARVKeyedArchiver& coder) const;
     /// A cache holding the archived entries with the curated shapes merged over them; null when
     /// the archive does not decode.
-    static std::unique_ptr<TARVChordShapeCache> initWithCoder(TARVKeyedUnarchiver& coder);
+    static std::shared_ptr<TARVChordShapeCache> initWithCoder(TARVKeyedUnarchiver& coder);
 
-private:
+    /// A cache with nothing merged, not even the curated shapes.
     struct Unloaded {};
     explicit TARVChordShapeCache(Unloaded) {}
 
+private:
     using Entry = std::shared_ptr<TARVChordShapeCacheEntry>;
     TARVChordShapeList viewOf(const Entry& entry) const;
     Entry* lookupLoading(const std::string& key);
