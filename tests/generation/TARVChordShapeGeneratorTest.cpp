@@ -373,24 +373,63 @@ TEST(TARVChordShapeGenerator, AllMutedShapeIsInvalid) {
 
 TEST(TARVChordShapeGenerator, RemovalKeepsTheDiscoveryOrderOfSurvivors) {
     auto generator = generatorFor("C", standard());
-    generator._buildShapes();
-    // Rebuild without removal by enumerating again into a fresh generator's set and compare order.
-    auto unpruned = generatorFor("C", standard());
-    unpruned.setStringFretLists(generator.stringFretLists());
-    for (std::uint32_t fret = 0; fret < 22; ++fret) {
-        unpruned._addShapesAtFret(fret);
+    const std::vector<const char*> frets{"x,3,2,0,1,0", "x,x,x,x,x,x",   "x,3,5,5,5,3",
+                                         "x,3,2,0,1,x", "8,10,10,9,8,8", "0,0,0,0,0,0"};
+    std::vector<TARVChordShapePtr> set;
+    for (const char* text : frets) {
+        set.push_back(TARVChordShape::shapeForFretNumberString(text));
     }
-    std::vector<TARVChordShapePtr> expected;
-    for (const auto& shape : unpruned.shapeSet()) {
-        if (unpruned.isValidChordShape(*shape)) {
-            expected.push_back(shape);
+    generator.setShapeSet(set);
+    generator._removeInvalidShapes();
+    EXPECT_EQ(generator.shapeSet(),
+              (std::vector<TARVChordShapePtr>{set[0], set[2], set[3], set[4]}));
+}
+
+namespace {
+
+/// Validity as the rules state it, on the list notesInTuning answers.
+bool validByTheRules(const TARVChordShapeGenerator& generator, const TARVChordShape& shape) {
+    if (shape._fingersRequiredToPlayWithStringCount(generator.tuning()->stringCount()) > 4) {
+        return false;
+    }
+    const auto notes = shape.notesInTuning(*generator.tuning());
+    return generator._shapeNotesHaveCorrectBassForChord(notes, *generator.chord()) &&
+           generator._shapeNotesHaveCharacteristicNotesForChord(notes, *generator.chord());
+}
+
+} // namespace
+
+TEST(TARVChordShapeGenerator, ValidityAgreesWithTheSoundingNotesOfEveryCandidate) {
+    const std::vector<std::pair<const char*, SStringedInstrumentTuningPtr>> cases{
+        {"C", standard()},
+        {"G7", standard()},
+        {"C/E", standard()},
+        {"E5", standard()},
+        {"F#m7b5", standard()},
+        {"Am", tuningOf({"A4", "E4", "C4", "G4"}, 18)},
+        {"D", tuningOf({"D4", "A3", "F#3", "D3", "A2", "D2"}, 22,
+                       std::vector<std::int64_t>{5, 4, 3, 2, 1, 0})},
+    };
+    for (const auto& [symbol, tuning] : cases) {
+        auto generator = generatorFor(symbol, tuning);
+        generator._buildShapes();
+        std::size_t checked = 0;
+        std::size_t valid = 0;
+        for (std::uint32_t fret = 0; fret < tuning->fretCount(); ++fret) {
+            const auto range = TARVChordShapeGenerator::_fretRangeAtFret(fret, tuning->fretCount());
+            const SNote bass = generator.chord()->addedBase().value_or(generator.chord()->root());
+            for (std::uint32_t string = tuning->stringCount() - 1u; string >= 1; --string) {
+                for (const auto& shape : generator._shapesForFretRange(range, bass, string)) {
+                    const bool expected = validByTheRules(generator, *shape);
+                    EXPECT_EQ(generator.isValidChordShape(*shape), expected)
+                        << symbol << " " << shape->description();
+                    ++checked;
+                    valid += expected ? 1 : 0;
+                }
+            }
         }
-    }
-    unpruned._removeInvalidShapes();
-    ASSERT_EQ(unpruned.shapeSet().size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_EQ(unpruned.shapeSet()[i], expected[i]);
-        EXPECT_TRUE(unpruned.shapeSet()[i]->isEqual(*generator.shapeSet()[i]));
+        EXPECT_GT(checked, 50u) << symbol;
+        EXPECT_GT(valid, 0u) << symbol;
     }
 }
 

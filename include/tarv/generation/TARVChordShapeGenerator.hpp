@@ -66,6 +66,8 @@ public:
     }
     /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed.
     const std::vector<TARVChordShapePtr>& shapeSet() const noexcept { return _shapeSet; }
+    /// Replaces the working set; the shapes are taken as they are, without deduplication.
+    void setShapeSet(std::vector<TARVChordShapePtr> shapeSet) { _shapeSet = std::move(shapeSet); }
     std::unordered_map<std::string, std::uint64_t>& scoreDict() noexcept { return _scoreDict; }
 
     /// Whether `shape` is a playable voicing of the generator's chord in its tuning.
