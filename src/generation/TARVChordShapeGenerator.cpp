@@ -87,6 +87,7 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
 
     // Invalid shapes are kept out of the working set as they arrive (see addToShapeSet), which
     // leaves nothing for _removeInvalidShapes to do.
+    _seenTable.clear();
     for (std::uint32_t fret = 0; fret < tuning.fretCount(); ++fret) {
         _addShapesAtFret(fret);
     }
@@ -132,47 +133,26 @@ void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
 }
 
 void TARVChordShapeGenerator::addToShapeSet(const TARVChordShape& shape) {
+    // Equal shapes are equally valid, so an invalid shape can be dropped before it is compared:
+    // the set ends with the same survivors, in the same order, as when invalid shapes are
+    // removed from the whole set afterwards.
+    if (!isValidChordShape(shape)) {
+        return;
+    }
     const std::uint64_t hash = shape.hash();
-    if (_seenTable.empty() || 2 * (_seen.size() + 1) > _seenTable.size()) {
+    if (_seenTable.empty() || 2 * (_shapeSet.size() + 1) > _seenTable.size()) {
         growSeenTable();
     }
     const std::size_t mask = _seenTable.size() - 1;
     std::size_t slot = static_cast<std::size_t>(hash) & mask;
     for (; _seenTable[slot] >= 0; slot = (slot + 1) & mask) {
-        const SeenShape& seen = _seen[static_cast<std::size_t>(_seenTable[slot])];
-        if (seen.hash == hash && isSeenShapeEqual(seen, shape)) {
+        const TARVChordShape& held = *_shapeSet[static_cast<std::size_t>(_seenTable[slot])];
+        if (held.hash() == hash && held.isEqual(shape)) {
             return;
         }
     }
-    _seenTable[slot] = static_cast<std::int32_t>(_seen.size());
-
-    // A shape equal to an invalid one is invalid too, so checking validity here, once per
-    // distinct shape, leaves the same survivors in the same order as removing the invalid
-    // shapes from the whole set afterwards.
-    const bool valid = isValidChordShape(shape);
-    const auto& indicators = shape.indicators();
-    _seen.push_back(SeenShape{hash, static_cast<std::uint32_t>(_seenIndicators.size()),
-                              static_cast<std::uint32_t>(indicators.size()), shape.baseFret(),
-                              shape.baseString(), shape.reach()});
-    _seenIndicators.insert(_seenIndicators.end(), indicators.begin(), indicators.end());
-    if (valid) {
-        _shapeSet.push_back(std::make_shared<TARVChordShape>(shape));
-    }
-}
-
-bool TARVChordShapeGenerator::isSeenShapeEqual(const SeenShape& seen,
-                                               const TARVChordShape& shape) const noexcept {
-    const auto& indicators = shape.indicators();
-    if (seen.baseFret != shape.baseFret() || seen.baseString != shape.baseString() ||
-        seen.reach != shape.reach() || seen.count != indicators.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < indicators.size(); ++i) {
-        if (!_seenIndicators[seen.first + i].isEqual(indicators[i])) {
-            return false;
-        }
-    }
-    return true;
+    _seenTable[slot] = static_cast<std::int32_t>(_shapeSet.size());
+    _shapeSet.push_back(std::make_shared<TARVChordShape>(shape));
 }
 
 bool TARVChordShapeGenerator::insertCandidateKey(const CandidateKey& key) {
@@ -203,8 +183,8 @@ void TARVChordShapeGenerator::growSeenTable() {
     const std::size_t size = _seenTable.empty() ? 256 : 2 * _seenTable.size();
     _seenTable.assign(size, -1);
     const std::size_t mask = size - 1;
-    for (std::size_t index = 0; index < _seen.size(); ++index) {
-        std::size_t slot = static_cast<std::size_t>(_seen[index].hash) & mask;
+    for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
+        std::size_t slot = static_cast<std::size_t>(_shapeSet[index]->hash()) & mask;
         while (_seenTable[slot] >= 0) {
             slot = (slot + 1) & mask;
         }

@@ -106,20 +106,9 @@ public:
     TARVChordShapeGenerator(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning);
 
 private:
-    /// Every distinct shape met so far, valid or not: its hash, equality fields and indicators.
-    struct SeenShape {
-        std::uint64_t hash;
-        std::uint32_t first;
-        std::uint32_t count;
-        std::uint8_t baseFret;
-        std::uint8_t baseString;
-        std::uint8_t reach;
-    };
-
     /// Adds a copy of `shape` to the working set unless an equal shape was met before or the
     /// shape is not valid.
     void addToShapeSet(const TARVChordShape& shape);
-    bool isSeenShapeEqual(const SeenShape& seen, const TARVChordShape& shape) const noexcept;
     void growSeenTable();
 
     /// A candidate packed into two words; the low word is never 0 (it holds the bass string,
@@ -152,9 +141,7 @@ private:
     /// Note value of each open string, string 0 first.
     std::vector<std::uint8_t> _openValues;
 
-    // Deduplication on insertion: an open-addressing table of positions in `_seen`.
-    std::vector<SeenShape> _seen;
-    std::vector<TARVFretIndicator> _seenIndicators;
+    // Deduplication on insertion: an open-addressing table of positions in `_shapeSet`.
     std::vector<std::int32_t> _seenTable;
     std::vector<CandidateKey> _candidateKeys;
     std::size_t _candidateKeyCount = 0;
