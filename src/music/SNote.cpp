@@ -16,14 +16,22 @@ constexpr std::string_view kUnicodeFlat = "\u266D";
 
 int letterIndex(char c) {
     switch (c) {
-    case 'C': return 0;
-    case 'D': return 1;
-    case 'E': return 2;
-    case 'F': return 3;
-    case 'G': return 4;
-    case 'A': return 5;
-    case 'B': return 6;
-    default: return -1;
+    case 'C':
+        return 0;
+    case 'D':
+        return 1;
+    case 'E':
+        return 2;
+    case 'F':
+        return 3;
+    case 'G':
+        return 4;
+    case 'A':
+        return 5;
+    case 'B':
+        return 6;
+    default:
+        return -1;
     }
 }
 } // namespace
@@ -82,7 +90,9 @@ std::uint8_t SNote::noteValue() const noexcept {
     return static_cast<std::uint8_t>((kLetterValues[_letter] + _accidental + 12) % 12);
 }
 
-int SNote::semitonesAboveC() const noexcept { return kLetterValues[_letter] + _accidental; }
+int SNote::semitonesAboveC() const noexcept {
+    return kLetterValues[_letter] + _accidental;
+}
 
 std::string SNote::string() const {
     std::string text(1, kLetterNames[_letter]);

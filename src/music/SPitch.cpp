@@ -51,7 +51,9 @@ std::int32_t SPitch::offsetFromPitch(const SPitch& pitch) const noexcept {
     return absoluteSemitone() - pitch.absoluteSemitone();
 }
 
-std::string SPitch::string() const { return _note.string() + std::to_string(_octave); }
+std::string SPitch::string() const {
+    return _note.string() + std::to_string(_octave);
+}
 
 std::uint64_t SPitch::hash() const noexcept {
     TARVHasher hasher = TARVHasherCreate();

@@ -2,6 +2,8 @@
 
 namespace tarv {
 
-std::string_view TARVVersionString() noexcept { return "0.1.0"; }
+std::string_view TARVVersionString() noexcept {
+    return "0.1.0";
+}
 
 } // namespace tarv

@@ -24,7 +24,9 @@ constexpr std::uint64_t hasherFinalize(std::uint64_t x) noexcept {
 
 /// A fresh accumulator. The same values added in the same order always give the same result,
 /// in every process and on every machine: there is no random seed.
-constexpr TARVHasher TARVHasherCreate() noexcept { return detail::kHasherSeed; }
+constexpr TARVHasher TARVHasherCreate() noexcept {
+    return detail::kHasherSeed;
+}
 
 /// Mixes one 32-bit value into the accumulator.
 constexpr void TARVHasherAddUnsignedInt(TARVHasher* hasher, std::uint32_t value) noexcept {
