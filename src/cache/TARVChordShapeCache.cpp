@@ -1,5 +1,6 @@
 #include "tarv/cache/TARVChordShapeCache.hpp"
 
+#include "cache/TARVTuningDictionaryReader.hpp"
 #include "tarv/cache/TARVDataZLib.hpp"
 #include "tarv/cache/TARVGuitarLog.hpp"
 #include "tarv/generation/TARVChordShapeScorer.hpp"
@@ -67,6 +68,20 @@ void parseTuningDictionary(const nlohmann::json& dictionary, bool computeScore,
                                    : TARVChordShapeCache::keyWithChordName(name, noteString),
                              std::move(shapes));
     }
+}
+
+/// Files the chords read from a file under their keys.
+ParsedEntries entriesOf(std::vector<TARVReadChord> chords) {
+    ParsedEntries entries;
+    entries.reserve(chords.size());
+    for (TARVReadChord& chord : chords) {
+        const auto parsed = SChord::chordWithString(chord.name);
+        entries.emplace_back(
+            parsed ? TARVChordShapeCache::keyForChord(*parsed, chord.asciiNoteString)
+                   : TARVChordShapeCache::keyWithChordName(chord.name, chord.asciiNoteString),
+            std::move(chord.shapes));
+    }
+    return entries;
 }
 
 bool isDirectory(const std::filesystem::path& path) {
@@ -279,15 +294,14 @@ void TARVChordShapeCache::loadCuratedShapes() {
     if (!contents) {
         return;
     }
-    try {
-        const nlohmann::json array = nlohmann::json::parse(*contents);
-        if (!array.is_array()) {
-            throw std::invalid_argument("the top level is not a list of tuning dictionaries");
-        }
-        addShapesFromJSONDataArray(array, false);
-    } catch (const std::exception& error) {
-        TARVGuitarLog::shapeCacheLog().error("Unable to load curatedshapes.json: {}", error.what());
+    std::string error;
+    auto chords = TARVTuningDictionaryReader::read(
+        *contents, TARVTuningDictionaryReader::TopLevel::ListOfDictionaries, error);
+    if (!chords) {
+        TARVGuitarLog::shapeCacheLog().error("Unable to load curatedshapes.json: {}", error);
+        return;
     }
+    mergeEntries(entriesOf(std::move(*chords)));
 }
 
 void TARVChordShapeCache::loadShapesForNoteString(const std::string& noteString) {
@@ -305,16 +319,16 @@ void TARVChordShapeCache::loadShapesForNoteString(const std::string& noteString)
         log.error("Unable to decompress shape cache file {}", fileURL(*path));
         return;
     }
-    try {
-        const nlohmann::json dictionary = nlohmann::json::parse(data->begin(), data->end());
-        if (!dictionary.is_object()) {
-            throw std::invalid_argument("the top level is not a tuning dictionary");
-        }
-        addShapesFromTuningDictionary(dictionary, false);
-    } catch (const std::exception&) {
+    std::string error;
+    auto chords = TARVTuningDictionaryReader::read(
+        std::string_view(reinterpret_cast<const char*>(data->data()), data->size()),
+        TARVTuningDictionaryReader::TopLevel::Dictionary, error);
+    if (!chords) {
         log.error("Unable to expand json data from decompressing shape cache file {}",
                   fileURL(*path));
+        return;
     }
+    mergeEntries(entriesOf(std::move(*chords)));
 }
 
 // Resources ---------------------------------------------------------------------------------------
