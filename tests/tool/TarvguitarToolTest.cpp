@@ -24,6 +24,13 @@
 
 extern char** environ;
 
+#ifndef TARV_SOURCE_DIR
+#define TARV_SOURCE_DIR TARV_TOOL_TEST_DATA_DIR "/../../.."
+#endif
+#ifndef TARV_SHARED_DATA_DIR
+#define TARV_SHARED_DATA_DIR TARV_SOURCE_DIR "/../shared/data"
+#endif
+
 namespace {
 
 using nlohmann::json;
@@ -265,7 +272,7 @@ TEST(TarvguitarShapesJson, CustomTuningIsGivenLowestStringFirstAndListedHighestF
 
 TEST(TarvguitarShapesJson, CustomTuningTakesTheGivenNameAndWritesFlatsInItsAsciiNoteString) {
     const json tuning =
-        onlyJson(runTool({"shapes", "Eb", "--tuning", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", "--tuning-name",
+        onlyJson(runTool({"shapes", "Eb", "--tuning", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", "--custom-name",
                           "Half step down", "--format", "json", "--limit", "1"}))["tuning"];
     EXPECT_EQ(tuning["name"], "Half step down");
     EXPECT_EQ(tuning["noteString"], "EbAbDbGbBbEb");
@@ -320,16 +327,29 @@ TEST(TarvguitarShapesJson, BestShapeOfFIsTheBarreAtTheFirstFret) {
     }
 }
 
-TEST(TarvguitarShapesJson, ShapesComeBestFirstAndAtMostTwenty) {
+void expectBestFirst(const json& shapes, const std::string& what) {
+    for (std::size_t index = 1; index < shapes.size(); ++index) {
+        EXPECT_LE(shapes[index - 1]["badness"].get<std::uint64_t>(),
+                  shapes[index]["badness"].get<std::uint64_t>())
+            << what << " shape " << index;
+    }
+}
+
+TEST(TarvguitarShapesJson, UncachedShapesComeBestFirstAndAtMostTwenty) {
     for (const char* symbol : {"C", "G7", "Dm", "E"}) {
-        const json shapes = onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"];
+        const json shapes =
+            onlyJson(runTool({"shapes", symbol, "--uncached", "--format", "json"}))["shapes"];
         EXPECT_FALSE(shapes.empty()) << symbol;
         EXPECT_LE(shapes.size(), 20U) << symbol;
-        for (std::size_t index = 1; index < shapes.size(); ++index) {
-            EXPECT_LE(shapes[index - 1]["badness"].get<std::uint64_t>(),
-                      shapes[index]["badness"].get<std::uint64_t>())
-                << symbol << " shape " << index;
-        }
+        expectBestFirst(shapes, symbol);
+    }
+}
+
+TEST(TarvguitarShapesJson, CachedShapesComeInTheCacheOrder) {
+    for (const char* symbol : {"C", "G7", "Dm", "E", "C#m7b5"}) {
+        const json shapes = onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"];
+        EXPECT_FALSE(shapes.empty()) << symbol;
+        expectBestFirst(shapes, symbol);
     }
 }
 
@@ -362,11 +382,43 @@ TEST(TarvguitarShapesJson, LimitCapsTheShapesOfEachChord) {
     EXPECT_TRUE(none["shapes"].empty());
 }
 
-TEST(TarvguitarShapesJson, UncachedGenerationGivesTheSameShapes) {
-    const json cached = onlyJson(runTool({"shapes", "G", "--format", "json"}));
-    const json uncached = onlyJson(runTool({"shapes", "G", "--uncached", "--format", "json"}));
-    ASSERT_FALSE(uncached["shapes"].empty());
-    EXPECT_EQ(uncached["shapes"].front()["frets"], cached["shapes"].front()["frets"]);
+std::vector<std::string> fretTexts(const json& shapes) {
+    std::vector<std::string> texts;
+    for (const json& shape : shapes) {
+        texts.push_back(shape["frets"].get<std::string>());
+    }
+    return texts;
+}
+
+TEST(TarvguitarShapesJson, CachedAnswerHoldsEveryUncachedShape) {
+    for (const char* symbol : {"G", "Bbm7", "F#7b9", "Am/E"}) {
+        const std::vector<std::string> cached =
+            fretTexts(onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"]);
+        const std::vector<std::string> uncached = fretTexts(
+            onlyJson(runTool({"shapes", symbol, "--uncached", "--format", "json"}))["shapes"]);
+        ASSERT_FALSE(uncached.empty()) << symbol;
+        for (const std::string& frets : uncached) {
+            EXPECT_NE(std::find(cached.begin(), cached.end(), frets), cached.end())
+                << symbol << " " << frets;
+        }
+    }
+}
+
+TEST(TarvguitarShapesJson, WithoutWellKnownShapesTheCachedAnswerIsTheGeneratedOne) {
+    // The shipped bass file lists no well-known shapes: only what generation finds.
+    for (const char* symbol : {"C", "Am7", "G/B"}) {
+        const std::vector<std::string> bass{"--instrument", "Bass", "--format", "json"};
+        std::vector<std::string> cachedArguments{"shapes", symbol};
+        cachedArguments.insert(cachedArguments.end(), bass.begin(), bass.end());
+        std::vector<std::string> uncachedArguments = cachedArguments;
+        uncachedArguments.push_back("--uncached");
+        const json cached = onlyJson(runTool(cachedArguments))["shapes"];
+        const json uncached = onlyJson(runTool(uncachedArguments))["shapes"];
+        ASSERT_FALSE(uncached.empty()) << symbol;
+        EXPECT_EQ(fretTexts(cached), fretTexts(uncached)) << symbol;
+        EXPECT_EQ(cached.front()["badness"], 0) << symbol;
+        EXPECT_GT(uncached.back()["badness"].get<std::uint64_t>(), 0U) << symbol;
+    }
 }
 
 TEST(TarvguitarShapesJson, ChordWithoutPlayableShapeGivesAnEmptyListAndNoError) {
@@ -452,6 +504,14 @@ TEST(TarvguitarShapesText, ChordBoxesOfCMatchTheExpectedOutput) {
 
 TEST(TarvguitarShapesText, ChordBoxesOfFMatchTheExpectedOutput) {
     expectOutputMatchesFile({"shapes", "F"}, "F.txt");
+}
+
+TEST(TarvguitarShapesText, UncachedChordBoxesOfCMatchTheExpectedOutput) {
+    expectOutputMatchesFile({"shapes", "C", "--uncached"}, "C-uncached.txt");
+}
+
+TEST(TarvguitarShapesText, UncachedChordBoxesOfFMatchTheExpectedOutput) {
+    expectOutputMatchesFile({"shapes", "F", "--uncached"}, "F-uncached.txt");
 }
 
 TEST(TarvguitarShapesText, AsciiChordBoxesOfCMatchTheExpectedOutput) {
@@ -592,7 +652,7 @@ TEST(TarvguitarShapesSvg, ChordWithoutPlayableShapeHasNoDiagram) {
 
 TEST(TarvguitarShapesSvg, EscapesTextsFromTheCommandLine) {
     const RunResult result =
-        runTool({"shapes", "E", "--tuning", "E2 A2 D3 G3 B3 E4", "--tuning-name",
+        runTool({"shapes", "E", "--tuning", "E2 A2 D3 G3 B3 E4", "--custom-name",
                  "<Mine> & \"yours\"", "--format", "svg", "--limit", "1"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_NE(result.out.find("&lt;Mine&gt; &amp; &quot;yours&quot;"), std::string::npos);
@@ -736,12 +796,430 @@ TEST(TarvguitarHelp, EveryCommandHasHelp) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"--help"}, std::vector<std::string>{"shapes", "--help"},
           std::vector<std::string>{"notation", "--help"},
-          std::vector<std::string>{"chord", "--help"}}) {
+          std::vector<std::string>{"chord", "--help"},
+          std::vector<std::string>{"instruments", "--help"},
+          std::vector<std::string>{"build-cache", "--help"}}) {
         const RunResult result = runTool(arguments);
         EXPECT_EQ(result.exitCode, 0) << arguments.front();
         EXPECT_NE(result.out.find("Usage:"), std::string::npos) << result.out;
     }
     EXPECT_NE(runTool({"shapes", "--help"}).out.find("--tuning"), std::string::npos);
+}
+
+// The shape cache ----------------------------------------------------------------------------
+
+TEST(TarvguitarShapesCache, WellKnownShapesComeFirstFromTheShippedFile) {
+    const json c = onlyJson(runTool({"shapes", "C", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(c.empty());
+    EXPECT_EQ(c.front()["frets"], "x,3,2,0,1,0");
+    for (const json& shape : c) {
+        EXPECT_EQ(shape["badness"], 0) << shape["frets"];
+    }
+    // The well-known shape of Db is not the one generation ranks best.
+    const json db = onlyJson(runTool({"shapes", "Db", "--format", "json"}))["shapes"];
+    const json generated =
+        onlyJson(runTool({"shapes", "Db", "--uncached", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(db.empty());
+    ASSERT_FALSE(generated.empty());
+    EXPECT_EQ(db.front()["frets"], "x,4,3,1,2,1");
+    EXPECT_NE(generated.front()["frets"], "x,4,3,1,2,1");
+}
+
+TEST(TarvguitarShapesCache, UncachedShapesCarryTheirScores) {
+    const json shapes =
+        onlyJson(runTool({"shapes", "C", "--uncached", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(shapes.empty());
+    EXPECT_GT(shapes.front()["badness"].get<std::uint64_t>(), 0U);
+}
+
+TEST(TarvguitarShapesCache, TuningWithoutShippedFileIsGenerated) {
+    const json shapes = onlyJson(
+        runTool({"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(shapes.empty());
+    EXPECT_GT(shapes.front()["badness"].get<std::uint64_t>(), 0U);
+    EXPECT_LE(shapes.size(), 20U);
+}
+
+TEST(TarvguitarShapesCache, CachedAnswerMayHoldMoreThanTwentyShapesAndLimitApplies) {
+    const json all = onlyJson(runTool({"shapes", "A11", "--format", "json"}))["shapes"];
+    EXPECT_GT(all.size(), 20U);
+    const json limited =
+        onlyJson(runTool({"shapes", "A11", "--limit", "3", "--format", "json"}))["shapes"];
+    ASSERT_EQ(limited.size(), 3U);
+    for (std::size_t index = 0; index < limited.size(); ++index) {
+        EXPECT_EQ(limited[index]["frets"], all[index]["frets"]);
+    }
+    const RunResult text = runTool({"shapes", "A11", "--limit", "3"});
+    EXPECT_EQ(text.out.rfind("A11: 3 of " + std::to_string(all.size()) + " shapes", 0), 0U)
+        << text.out;
+}
+
+TEST(TarvguitarShapesCache, ForcedGenerationMergesTheGeneratedShapesIntoTheCachedOnes) {
+    const json cached = onlyJson(runTool({"shapes", "Am/E", "--format", "json"}))["shapes"];
+    const json forced =
+        onlyJson(runTool({"shapes", "Am/E", "--force", "--format", "json"}))["shapes"];
+    // The file holds the best generated shapes already: forcing adds none and keeps the order.
+    EXPECT_EQ(fretTexts(forced), fretTexts(cached));
+
+    // Where no file holds the chord, forcing generates it as the cache would.
+    const json generated = onlyJson(runTool(
+        {"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4", "--force", "--format", "json"}))["shapes"];
+    const json uncached = onlyJson(runTool({"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4",
+                                            "--uncached", "--format", "json"}))["shapes"];
+    EXPECT_EQ(fretTexts(generated), fretTexts(uncached));
+}
+
+TEST(TarvguitarShapesCache, ForceAndUncachedExcludeEachOther) {
+    const RunResult result = runTool({"shapes", "C", "--force", "--uncached"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(lines(result.err).size(), 1U) << result.err;
+}
+
+/// The highest fret of a fret-number text, 0 when no string is fretted.
+int highestFret(const std::string& frets) {
+    std::istringstream components(frets);
+    std::string component;
+    int highest = 0;
+    while (std::getline(components, component, ',')) {
+        if (component != "x") {
+            highest = std::max(highest, std::stoi(component));
+        }
+    }
+    return highest;
+}
+
+TEST(TarvguitarShapesCache, CachedShapesBeyondTheNeckAreLeftOut) {
+    const json all = onlyJson(runTool({"shapes", "C", "--format", "json"}))["shapes"];
+    const json shortNeck =
+        onlyJson(runTool({"shapes", "C", "--frets", "5", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(shortNeck.empty());
+    EXPECT_LT(shortNeck.size(), all.size());
+    EXPECT_EQ(shortNeck.front()["frets"], "x,3,2,0,1,0");
+    for (const json& shape : shortNeck) {
+        EXPECT_LE(highestFret(shape["frets"]), 5) << shape["frets"];
+    }
+    // With a capo the frets are counted from the capo.
+    const json capo = onlyJson(
+        runTool({"shapes", "C", "--frets", "12", "--capo", "7", "--format", "json"}))["shapes"];
+    EXPECT_EQ(fretTexts(capo), fretTexts(shortNeck));
+}
+
+TEST(TarvguitarShapesCache, ShippedFilesAreFoundFromAnyWorkingDirectory) {
+    // runTool starts the tool in a fresh, empty directory; the ukulele answer comes from the
+    // shipped file (badness 0) all the same.
+    const json object =
+        onlyJson(runTool({"shapes", "Am", "--tuning", "G4 C4 E4 A4", "--format", "json"}));
+    EXPECT_EQ(object["tuning"]["asciiNoteString"], "GCEA");
+    ASSERT_FALSE(object["shapes"].empty());
+    EXPECT_EQ(object["shapes"].front()["frets"], "2,0,0,0");
+    EXPECT_EQ(object["shapes"].front()["badness"], 0);
+}
+
+// Instruments from settings files ---------------------------------------------------------------
+
+std::string toolData(const std::string& name) {
+    return (std::filesystem::path(TARV_TOOL_TEST_DATA_DIR) / name).string();
+}
+
+TEST(TarvguitarInstruments, ListsTheSampleSettingsByDefault) {
+    const RunResult result = runTool({"instruments"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out.rfind("Guitar (22 frets)\n", 0), 0U) << result.out;
+    EXPECT_NE(result.out.find("  Drop D       DADGBE        D2 A2 D3 G3 B3 E4\n"),
+              std::string::npos)
+        << result.out;
+    EXPECT_NE(result.out.find("Ukulele (18 frets)\n  Standard  GCEA  G4 C4 E4 A4\n"),
+              std::string::npos)
+        << result.out;
+}
+
+TEST(TarvguitarInstruments, JsonWritesOneObjectPerInstrument) {
+    const RunResult result = runTool(
+        {"instruments", "--settings", toolData("settings-valid.plist"), "--format", "json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::vector<json> instruments = jsonLines(result.out);
+    ASSERT_EQ(instruments.size(), 2U);
+    EXPECT_EQ(instruments[0]["name"], "Tenor Guitar");
+    EXPECT_EQ(instruments[0]["frets"], 19);
+    EXPECT_EQ(instruments[0]["capos"], json({"0", "1", "2"}));
+    ASSERT_EQ(instruments[0]["tunings"].size(), 2U);
+    EXPECT_EQ(instruments[0]["tunings"][1]["name"], "Chicago");
+    EXPECT_EQ(instruments[0]["tunings"][1]["noteString"], "DGBE");
+    EXPECT_EQ(instruments[0]["tunings"][1]["pitches"], json({"E4", "B3", "G3", "D3"}));
+    EXPECT_TRUE(instruments[0]["tunings"][1]["stringOrderTransform"].is_null());
+    EXPECT_EQ(instruments[1]["name"], "Bass VI");
+}
+
+TEST(TarvguitarInstruments, SettingsFileThatDoesNotDecodeExitsTwoWithTheDecodingError) {
+    const RunResult missingKey =
+        runTool({"instruments", "--settings", toolData("settings-missing-capo.plist")});
+    expectOneErrorLineNaming(missingKey, "settings-missing-capo.plist");
+    EXPECT_NE(missingKey.err.find("keyNotFound \"capo\" at tablature.instruments[0]"),
+              std::string::npos)
+        << missingKey.err;
+    EXPECT_TRUE(missingKey.out.empty());
+
+    const RunResult corrupt =
+        runTool({"instruments", "--settings", toolData("settings-not-a-property-list.plist")});
+    expectOneErrorLineNaming(corrupt, "dataCorrupted");
+
+    const RunResult absent = runTool({"instruments", "--settings", toolData("absent.plist")});
+    expectOneErrorLineNaming(absent, "No such file or directory");
+}
+
+json tuningOf(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{"shapes", "C", "--format", "json", "--limit", "1"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return onlyJson(runTool(all))["tuning"];
+}
+
+TEST(TarvguitarShapesInstrument, InstrumentTakesItsFirstTuningAndFretCount) {
+    const json tuning = tuningOf({"--instrument", "Ukulele"});
+    EXPECT_EQ(tuning["instrument"], "Ukulele");
+    EXPECT_EQ(tuning["name"], "Standard");
+    EXPECT_EQ(tuning["asciiNoteString"], "GCEA");
+    EXPECT_EQ(tuning["pitches"], json({"A4", "E4", "C4", "G4"}));
+    EXPECT_EQ(tuning["fretCount"], 18);
+    EXPECT_EQ(tuning["capo"], 0);
+}
+
+TEST(TarvguitarShapesInstrument, TuningNameSelectsATuningOfTheInstrument) {
+    const json baritone = tuningOf({"--instrument", "Ukulele", "--tuning-name", "Baritone"});
+    EXPECT_EQ(baritone["asciiNoteString"], "DGBE");
+    EXPECT_EQ(baritone["name"], "Baritone");
+    // Without --instrument, the first instrument of the file.
+    const json dropD = tuningOf({"--tuning-name", "Drop D"});
+    EXPECT_EQ(dropD["instrument"], "Guitar");
+    EXPECT_EQ(dropD["asciiNoteString"], "DADGBE");
+    // Names are matched without regard to case when none is spelled exactly so.
+    EXPECT_EQ(tuningOf({"--instrument", "ukulele", "--tuning-name", "BARITONE"})["name"],
+              "Baritone");
+}
+
+TEST(TarvguitarShapesInstrument, SettingsFileGivesItsOwnInstruments) {
+    const json tuning = tuningOf({"--settings", toolData("settings-valid.plist"), "--instrument",
+                                  "Tenor Guitar", "--tuning-name", "Chicago"});
+    EXPECT_EQ(tuning["instrument"], "Tenor Guitar");
+    EXPECT_EQ(tuning["noteString"], "DGBE");
+    EXPECT_EQ(tuning["fretCount"], 19);
+    EXPECT_EQ(tuningOf({"--settings", toolData("settings-valid.plist")})["name"], "Standard");
+}
+
+TEST(TarvguitarShapesInstrument, FretsAndCapoApplyToTheInstrument) {
+    const json tuning = tuningOf({"--instrument", "Mandolin", "--frets", "15", "--capo", "2"});
+    EXPECT_EQ(tuning["fretCount"], 15);
+    EXPECT_EQ(tuning["capo"], 2);
+    EXPECT_EQ(tuning["asciiNoteString"], "GDAE");
+}
+
+TEST(TarvguitarShapesInstrument, TextNamesTheInstrumentBesideTheTuning) {
+    const RunResult result = runTool({"shapes", "C", "--instrument", "Ukulele", "--limit", "1"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out.rfind("C: 1 of ", 0), 0U) << result.out;
+    EXPECT_NE(result.out.find(" shapes in Ukulele, Standard tuning (GCEA, 18 frets)\n"),
+              std::string::npos)
+        << result.out;
+}
+
+TEST(TarvguitarShapesInstrument, NotationShowsTheNotesOnTheInstrument) {
+    const json object =
+        onlyJson(runTool({"notation", "0003", "--instrument", "Ukulele", "--format", "json"}));
+    EXPECT_EQ(object["tuning"]["instrument"], "Ukulele");
+    EXPECT_EQ(object["shape"]["notes"], json({"C", "E", "C", "G"}));
+}
+
+TEST(TarvguitarShapesInstrument, UnknownInstrumentOrTuningExitsTwoNamingIt) {
+    const RunResult instrument = runTool({"shapes", "C", "--instrument", "Banjolele"});
+    expectOneErrorLineNaming(instrument, "\"Banjolele\"");
+    EXPECT_NE(instrument.err.find("\"Mandolin\""), std::string::npos) << instrument.err;
+    EXPECT_TRUE(instrument.out.empty());
+
+    const RunResult tuning =
+        runTool({"shapes", "C", "--instrument", "Mandolin", "--tuning-name", "Octave"});
+    expectOneErrorLineNaming(tuning, "\"Octave\"");
+    EXPECT_NE(tuning.err.find("\"Standard\""), std::string::npos) << tuning.err;
+}
+
+TEST(TarvguitarShapesInstrument, SettingsFileThatDoesNotLoadExitsTwo) {
+    expectOneErrorLineNaming(
+        runTool({"shapes", "C", "--settings", toolData("settings-missing-capo.plist")}),
+        "keyNotFound");
+    expectOneErrorLineNaming(runTool({"notation", "x32010", "--settings",
+                                      toolData("settings-not-a-property-list.plist")}),
+                             "dataCorrupted");
+    expectOneErrorLineNaming(
+        runTool({"shapes", "C", "--settings", toolData("absent.plist"), "--instrument", "Guitar"}),
+        "absent.plist");
+}
+
+TEST(TarvguitarShapesInstrument, ValuesTheConversionWouldStopOnAreReportedInstead) {
+    const std::string settings = toolData("settings-out-of-range.plist");
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"Unreadable Note", "\"H\""}, {"High Octave", "128"},  {"Low Octave", "-129"},
+        {"Long Neck", "256"},         {"Negative Neck", "-1"}, {"No Strings", "no strings"},
+        {"No Tunings", "no tunings"},
+    };
+    for (const auto& [instrument, named] : cases) {
+        const RunResult result =
+            runTool({"shapes", "C", "--settings", settings, "--instrument", instrument});
+        expectOneErrorLineNaming(result, named);
+        EXPECT_NE(result.err.find("\"" + instrument + "\""), std::string::npos) << result.err;
+        EXPECT_TRUE(result.out.empty()) << instrument;
+    }
+    // A bad tuning is refused only when it is chosen.
+    expectOneErrorLineNaming(runTool({"shapes", "C", "--settings", settings, "--instrument", "Good",
+                                      "--tuning-name", "Bad"}),
+                             "\"H\"");
+    EXPECT_EQ(
+        runTool({"shapes", "C", "--settings", settings, "--instrument", "Good", "--limit", "1"})
+            .exitCode,
+        0);
+}
+
+TEST(TarvguitarShapesInstrument, ValuesAtTheEndsOfTheirRangesAreAccepted) {
+    const json tuning = tuningOf(
+        {"--settings", toolData("settings-out-of-range.plist"), "--instrument", "Extremes"});
+    EXPECT_EQ(tuning["fretCount"], 255);
+    EXPECT_EQ(tuning["pitches"], json({"C127", "C-128"}));
+}
+
+TEST(TarvguitarShapesInstrument, InstrumentOptionsExcludeAPlainTuning) {
+    for (const char* option : {"--instrument", "--tuning-name", "--settings"}) {
+        const RunResult result =
+            runTool({"shapes", "C", "--tuning", "E2 A2 D3 G3 B3 E4", option, "Guitar"});
+        EXPECT_EQ(result.exitCode, 2) << option;
+        EXPECT_EQ(lines(result.err).size(), 1U) << result.err;
+    }
+    EXPECT_EQ(runTool({"shapes", "C", "--custom-name", "Mine"}).exitCode, 2);
+}
+
+// build-cache -----------------------------------------------------------------------------------
+
+const std::filesystem::path kShapesDirectory =
+    std::filesystem::path(TARV_SHARED_DATA_DIR) / "chord-shapes";
+const std::filesystem::path kResourceDirectory =
+    std::filesystem::path(TARV_SOURCE_DIR) / "resources";
+
+const std::vector<std::string> kShippedFiles{"EADGBE",  "DADGBE",       "DADGAD",  "DGDGBD",
+                                             "DADF+AD", "E-A-D-G-B-E-", "BEADGBE", "EADG",
+                                             "BEADG",   "GCEA",         "DGBE",    "GDAE"};
+
+#define SKIP_WITHOUT_WELL_KNOWN_SHAPES()                                                           \
+    if (!std::filesystem::is_directory(kShapesDirectory)) {                                        \
+        GTEST_SKIP() << "no well-known shapes at " << kShapesDirectory;                            \
+    }
+
+RunResult buildCache(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{"build-cache", "--shapes-dir", kShapesDirectory.string()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return runTool(all);
+}
+
+TEST(TarvguitarBuildCache, RebuildingGivesTheShippedFiles) {
+    SKIP_WITHOUT_WELL_KNOWN_SHAPES();
+    const RunResult result = buildCache({"--check", kResourceDirectory.string()});
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(result.err.empty()) << result.err;
+    EXPECT_EQ(occurrences(result.out, "up to date: "), kShippedFiles.size() + 1) << result.out;
+}
+
+TEST(TarvguitarBuildCache, WritesTheSameBytesOnEveryRun) {
+    SKIP_WITHOUT_WELL_KNOWN_SHAPES();
+    ScratchDirectory first;
+    ScratchDirectory second;
+    ASSERT_EQ(buildCache({"--output", first.path().string()}).exitCode, 0);
+    ASSERT_EQ(buildCache({"--output", second.path().string()}).exitCode, 0);
+    std::vector<std::string> names{"curatedshapes.json"};
+    for (const std::string& noteString : kShippedFiles) {
+        names.push_back("shapecaches/" + noteString + ".shapecache");
+    }
+    for (const std::string& name : names) {
+        const std::string bytes = readFile(first.path() / name);
+        EXPECT_FALSE(bytes.empty()) << name;
+        EXPECT_EQ(bytes, readFile(second.path() / name)) << name;
+    }
+    std::size_t fileCount = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(first.path() / "shapecaches")) {
+        EXPECT_EQ(entry.path().extension(), ".shapecache");
+        ++fileCount;
+    }
+    EXPECT_EQ(fileCount, kShippedFiles.size());
+    EXPECT_EQ(buildCache({"--check", first.path().string()}).exitCode, 0);
+}
+
+TEST(TarvguitarBuildCache, WritesTheCuratedShapesAsAListOfTuningDictionaries) {
+    SKIP_WITHOUT_WELL_KNOWN_SHAPES();
+    ScratchDirectory output;
+    ASSERT_EQ(buildCache({"--output", output.path().string(), "--only", "EADGBE"}).exitCode, 0);
+    const json curated = json::parse(readFile(output.path() / "curatedshapes.json"));
+    ASSERT_TRUE(curated.is_array());
+    ASSERT_EQ(curated.size(), 1U);
+    EXPECT_EQ(curated[0]["asciiNoteString"], "EADGBE");
+    const json& chords = curated[0]["chords"];
+    ASSERT_FALSE(chords.empty());
+    const auto amOverG = std::find_if(chords.begin(), chords.end(),
+                                      [](const json& chord) { return chord["name"] == "Am/G"; });
+    ASSERT_NE(amOverG, chords.end());
+    // 3,x,2,2,1,0: string 0 first, relative to base fret 0.
+    EXPECT_EQ((*amOverG)["shapes"],
+              json::parse(R"([{"fret": 0, "indicators": [0, 1, 2, 2, -1, 3]}])"));
+    EXPECT_TRUE(std::filesystem::exists(output.path() / "shapecaches" / "EADGBE.shapecache"));
+    EXPECT_FALSE(std::filesystem::exists(output.path() / "shapecaches" / "GCEA.shapecache"));
+}
+
+TEST(TarvguitarBuildCache, CheckNamesEveryFileThatDiffersOrIsMissing) {
+    SKIP_WITHOUT_WELL_KNOWN_SHAPES();
+    ScratchDirectory copy;
+    std::filesystem::copy(kResourceDirectory / "shapecaches", copy.path() / "shapecaches");
+    std::filesystem::copy_file(kResourceDirectory / "curatedshapes.json",
+                               copy.path() / "curatedshapes.json");
+    std::filesystem::copy_file(copy.path() / "shapecaches" / "EADGBE.shapecache",
+                               copy.path() / "shapecaches" / "GCEA.shapecache",
+                               std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::remove(copy.path() / "shapecaches" / "DGBE.shapecache");
+    std::ofstream(copy.path() / "shapecaches" / "GDAE.shapecache", std::ios::binary)
+        << "{\"asciiNoteString\": \"GDAE\", \"chords\": []}";
+
+    const RunResult result = buildCache({"--check", copy.path().string()});
+    EXPECT_EQ(result.exitCode, 1);
+    const std::vector<std::string> errors = lines(result.err);
+    ASSERT_EQ(errors.size(), 3U) << result.err;
+    EXPECT_NE(errors[0].find("GCEA.shapecache\" is not what build-cache writes"), std::string::npos)
+        << errors[0];
+    EXPECT_NE(errors[1].find("DGBE.shapecache\" is missing"), std::string::npos) << errors[1];
+    EXPECT_NE(errors[2].find("GDAE.shapecache\" does not decompress"), std::string::npos)
+        << errors[2];
+}
+
+TEST(TarvguitarBuildCache, ListsTheBuiltInTunings) {
+    const RunResult result = runTool({"build-cache", "--list"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::vector<std::string> listed = lines(result.out);
+    ASSERT_EQ(listed.size(), kShippedFiles.size());
+    for (std::size_t index = 0; index < listed.size(); ++index) {
+        EXPECT_EQ(listed[index].rfind(kShippedFiles[index] + " ", 0), 0U) << listed[index];
+    }
+    EXPECT_NE(result.out.find("Ukulele, Standard: G4 C4 E4 A4, 18 frets"), std::string::npos);
+}
+
+TEST(TarvguitarBuildCache, BadInputExitsTwo) {
+    expectOneErrorLineNaming(runTool({"build-cache"}), "--output");
+    ScratchDirectory output;
+    expectOneErrorLineNaming(
+        runTool({"build-cache", "--shapes-dir", (output.path() / "none").string(), "--output",
+                 output.path().string()}),
+        "none");
+    expectOneErrorLineNaming(
+        runTool({"build-cache", "--only", "XYZ", "--output", output.path().string()}), "\"XYZ\"");
+    EXPECT_FALSE(std::filesystem::exists(output.path() / "shapecaches"));
+    EXPECT_EQ(runTool({"build-cache", "--output", "a", "--check", "b"}).exitCode, 2);
+
+    ScratchDirectory shapes;
+    std::ofstream(shapes.path() / "broken.json") << "{\"tuning\": [\"E2\"], \"chords\": [{}]}";
+    expectOneErrorLineNaming(runTool({"build-cache", "--shapes-dir", shapes.path().string(),
+                                      "--output", output.path().string()}),
+                             "broken.json");
+    EXPECT_FALSE(std::filesystem::exists(output.path() / "shapecaches"));
 }
 
 } // namespace

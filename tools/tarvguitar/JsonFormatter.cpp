@@ -39,12 +39,16 @@ nlohmann::ordered_json chordJson(const SChord& chord) {
     return object;
 }
 
-nlohmann::ordered_json tuningJson(const SStringedInstrumentTuning& tuning) {
+nlohmann::ordered_json tuningJson(const SStringedInstrumentTuning& tuning,
+                                  const std::string& instrumentName) {
     nlohmann::ordered_json pitches = nlohmann::ordered_json::array();
     for (const SPitch& pitch : tuning.stringPitches()) {
         pitches.push_back(pitch.string());
     }
     nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    if (!instrumentName.empty()) {
+        object["instrument"] = instrumentName;
+    }
     object["name"] = tuning.name() ? *tuning.name() : std::string();
     object["noteString"] = tuning.noteString();
     object["asciiNoteString"] = tuning.asciiNoteString();
@@ -93,7 +97,7 @@ void JsonFormatter::writeChordShapes(const ChordShapesAnswer& answer,
     }
     nlohmann::ordered_json object = nlohmann::ordered_json::object();
     object["chord"] = chordJson(*answer.chord);
-    object["tuning"] = tuningJson(tuning);
+    object["tuning"] = tuningJson(tuning, _instrumentName);
     object["shapes"] = std::move(shapes);
     writeLine(object);
 }
@@ -103,7 +107,7 @@ void JsonFormatter::writeNotation(const NotationAnswer& answer,
     nlohmann::ordered_json object = nlohmann::ordered_json::object();
     object["notation"] = answer.fretText.notation;
     if (tuning != nullptr) {
-        object["tuning"] = tuningJson(*tuning);
+        object["tuning"] = tuningJson(*tuning, _instrumentName);
     }
     object["shape"] = shapeJson(*answer.shape, answer.fretText.stringCount, tuning);
     writeLine(object);
@@ -111,6 +115,30 @@ void JsonFormatter::writeNotation(const NotationAnswer& answer,
 
 void writeChordReadingJson(std::ostream& out, const SChord& chord) {
     writeJsonLine(out, nlohmann::ordered_json{{"chord", chordJson(chord)}});
+}
+
+void writeInstrumentJson(std::ostream& out, const StringedInstrumentDescriptor& instrument) {
+    nlohmann::ordered_json tunings = nlohmann::ordered_json::array();
+    for (const StringedInstrumentTuningDescriptor& tuning : instrument.tunings()) {
+        nlohmann::ordered_json pitches = nlohmann::ordered_json::array();
+        for (const PitchDescriptor& note : tuning.notes()) {
+            pitches.push_back(note.noteName() + std::to_string(note.octave()));
+        }
+        nlohmann::ordered_json object = nlohmann::ordered_json::object();
+        object["name"] = tuning.tuningName();
+        object["noteString"] = tuning.noteString();
+        object["pitches"] = std::move(pitches);
+        object["stringOrderTransform"] =
+            tuning.stringOrderTransform() ? nlohmann::ordered_json(*tuning.stringOrderTransform())
+                                          : nlohmann::ordered_json(nullptr);
+        tunings.push_back(std::move(object));
+    }
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    object["name"] = instrument.name();
+    object["frets"] = instrument.frets();
+    object["capos"] = instrument.capos();
+    object["tunings"] = std::move(tunings);
+    writeJsonLine(out, object);
 }
 
 } // namespace tarv::tool

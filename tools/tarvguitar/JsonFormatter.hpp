@@ -2,6 +2,8 @@
 
 #include "OutputFormatter.hpp"
 
+#include "tarv/settings/StringedInstrumentDescriptor.hpp"
+
 #include <nlohmann/json.hpp>
 
 #include <ostream>
@@ -12,8 +14,10 @@ namespace tarv::tool {
 /// "numericNoteStringValue"}.
 nlohmann::ordered_json chordJson(const SChord& chord);
 
-/// {"name", "noteString", "asciiNoteString", "pitches" (string 0 first), "fretCount", "capo"}.
-nlohmann::ordered_json tuningJson(const SStringedInstrumentTuning& tuning);
+/// {"name", "noteString", "asciiNoteString", "pitches" (string 0 first), "fretCount", "capo"},
+/// preceded by "instrument" when `instrumentName` is not empty.
+nlohmann::ordered_json tuningJson(const SStringedInstrumentTuning& tuning,
+                                  const std::string& instrumentName = std::string());
 
 /// {"frets", "baseFret", "baseString", "badness", "reach", "fingers", "indicators"} and, when a
 /// tuning is given, "notes". `stringCount` is the instrument's.
@@ -41,5 +45,10 @@ private:
 
 /// `chord`: {"chord": chordJson} on its own line.
 void writeChordReadingJson(std::ostream& out, const SChord& chord);
+
+/// `instruments`: {"name", "frets", "capos", "tunings"} on its own line; each tuning {"name",
+/// "noteString", "pitches" (string 0 first, as the file writes them), "stringOrderTransform" (null
+/// without one)}.
+void writeInstrumentJson(std::ostream& out, const StringedInstrumentDescriptor& instrument);
 
 } // namespace tarv::tool

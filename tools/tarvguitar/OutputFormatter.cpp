@@ -11,8 +11,10 @@ std::vector<std::string> noteTexts(const std::vector<SNote>& notes) {
     return texts;
 }
 
-std::string tuningSummary(const SStringedInstrumentTuning& tuning) {
-    std::string summary = (tuning.name() ? *tuning.name() : std::string()) + " tuning (" +
+std::string tuningSummary(const SStringedInstrumentTuning& tuning,
+                          const std::string& instrumentName) {
+    std::string summary = (instrumentName.empty() ? std::string() : instrumentName + ", ") +
+                          (tuning.name() ? *tuning.name() : std::string()) + " tuning (" +
                           tuning.noteString() + ", " + std::to_string(tuning.fretCount()) +
                           (tuning.fretCount() == 1 ? " fret" : " frets");
     if (tuning.capo() > 0) {

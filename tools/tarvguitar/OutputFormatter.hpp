@@ -38,6 +38,10 @@ public:
     OutputFormatter& operator=(const OutputFormatter&) = delete;
     virtual ~OutputFormatter() = default;
 
+    /// The instrument the tuning belongs to, when the command line names one; shown beside the
+    /// tuning.
+    void setInstrumentName(std::string name) { _instrumentName = std::move(name); }
+
     virtual void begin() {}
     virtual void writeChordShapes(const ChordShapesAnswer& answer,
                                   const SStringedInstrumentTuning& tuning) = 0;
@@ -45,12 +49,18 @@ public:
     virtual void writeNotation(const NotationAnswer& answer,
                                const SStringedInstrumentTuning* tuning) = 0;
     virtual void end() {}
+
+protected:
+    /// Empty when no instrument is named.
+    std::string _instrumentName;
 };
 
 /// The texts of `notes`, in their order.
 std::vector<std::string> noteTexts(const std::vector<SNote>& notes);
 
-/// "Standard tuning (EADGBE, 22 frets)", with ", capo 2" when there is a capo.
-std::string tuningSummary(const SStringedInstrumentTuning& tuning);
+/// "Standard tuning (EADGBE, 22 frets)", with ", capo 2" when there is a capo, and preceded by
+/// "Ukulele, " when `instrumentName` is not empty.
+std::string tuningSummary(const SStringedInstrumentTuning& tuning,
+                          const std::string& instrumentName = std::string());
 
 } // namespace tarv::tool

@@ -95,14 +95,14 @@ void SvgFormatter::writeChordShapes(const ChordShapesAnswer& answer,
     }
     std::string subtitle;
     if (answer.generatedCount == 0) {
-        subtitle = "no playable shape in " + tuningSummary(tuning);
+        subtitle = "no playable shape in " + tuningSummary(tuning, _instrumentName);
     } else {
         subtitle = (answer.shapes.size() < answer.generatedCount
                         ? std::to_string(answer.shapes.size()) + " of "
                         : std::string()) +
                    std::to_string(answer.generatedCount) +
                    (answer.generatedCount == 1 ? " shape in " : " shapes in ") +
-                   tuningSummary(tuning);
+                   tuningSummary(tuning, _instrumentName);
     }
     addSection(answer.chord->symbol(), subtitle, cells);
 }
@@ -120,7 +120,7 @@ void SvgFormatter::writeNotation(const NotationAnswer& answer,
             text += " " + note;
         }
         cell.notes = text;
-        subtitle += " in " + tuningSummary(*tuning);
+        subtitle += " in " + tuningSummary(*tuning, _instrumentName);
     }
     addSection(answer.fretText.notation, subtitle, {cell});
 }

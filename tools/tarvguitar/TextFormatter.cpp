@@ -215,7 +215,8 @@ void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                      const SStringedInstrumentTuning& tuning) {
     const std::string& symbol = answer.chord->symbol();
     if (answer.generatedCount == 0) {
-        _out << symbol << ": no playable shape in " << tuningSummary(tuning) << "\n\n";
+        _out << symbol << ": no playable shape in " << tuningSummary(tuning, _instrumentName)
+             << "\n\n";
         return;
     }
     _out << symbol << ": ";
@@ -223,7 +224,7 @@ void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
         _out << answer.shapes.size() << " of ";
     }
     _out << answer.generatedCount << (answer.generatedCount == 1 ? " shape" : " shapes") << " in "
-         << tuningSummary(tuning) << "\n\n";
+         << tuningSummary(tuning, _instrumentName) << "\n\n";
     if (answer.shapes.empty()) {
         return;
     }
@@ -243,7 +244,7 @@ void TextFormatter::writeNotation(const NotationAnswer& answer,
                                   const SStringedInstrumentTuning* tuning) {
     _out << "Shape " << answer.fretText.notation;
     if (tuning != nullptr) {
-        _out << " in " << tuningSummary(*tuning);
+        _out << " in " << tuningSummary(*tuning, _instrumentName);
     }
     _out << "\n\n";
     std::vector<std::string> block = shapeBlock(*answer.shape, answer.fretText.stringCount);
@@ -270,6 +271,31 @@ void writeChordReadingText(std::ostream& out, const SChord& chord) {
     line("notes", joinedWithSpaces(noteTexts(chord.notes())));
     line("characteristic notes", joinedWithSpaces(noteTexts(chord.characteristicNotes())));
     line("numericNoteStringValue", chord.numericNoteStringValue());
+    out << "\n";
+}
+
+void writeInstrumentText(std::ostream& out, const StringedInstrumentDescriptor& instrument) {
+    out << instrument.name() << " (" << instrument.frets()
+        << (instrument.frets() == 1 ? " fret)" : " frets)") << "\n";
+    std::size_t nameWidth = 0;
+    std::size_t noteStringWidth = 0;
+    for (const StringedInstrumentTuningDescriptor& tuning : instrument.tunings()) {
+        nameWidth = std::max(nameWidth, displayWidth(tuning.tuningName()));
+        noteStringWidth = std::max(noteStringWidth, displayWidth(tuning.noteString()));
+    }
+    for (const StringedInstrumentTuningDescriptor& tuning : instrument.tunings()) {
+        std::vector<std::string> pitches;
+        for (auto note = tuning.notes().rbegin(); note != tuning.notes().rend(); ++note) {
+            pitches.push_back(note->noteName() + std::to_string(note->octave()));
+        }
+        const std::string line =
+            "  " + tuning.tuningName() +
+            std::string(nameWidth - displayWidth(tuning.tuningName()) + 2, ' ') +
+            tuning.noteString() +
+            std::string(noteStringWidth - displayWidth(tuning.noteString()) + 2, ' ') +
+            joinedWithSpaces(pitches);
+        out << rightTrimmed(line) << "\n";
+    }
     out << "\n";
 }
 

@@ -3,6 +3,8 @@
 #include "OutputFormatter.hpp"
 #include "ShapeDiagram.hpp"
 
+#include "tarv/settings/StringedInstrumentDescriptor.hpp"
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -62,5 +64,9 @@ private:
 /// How the tool reads a chord symbol: root, bass, notes, characteristic notes and the canonical
 /// note string, one labelled line each.
 void writeChordReadingText(std::ostream& out, const SChord& chord);
+
+/// An instrument of a settings file: its name and fret count, then one line per tuning with its
+/// name, note string and open strings from the lowest to the highest, as the file writes them.
+void writeInstrumentText(std::ostream& out, const StringedInstrumentDescriptor& instrument);
 
 } // namespace tarv::tool

@@ -1,25 +1,38 @@
 #include "InputReading.hpp"
 #include "JsonFormatter.hpp"
 #include "OutputFormatter.hpp"
+#include "SettingsReading.hpp"
+#include "ShapeCacheBuilding.hpp"
 #include "SvgFormatter.hpp"
 #include "TextFormatter.hpp"
 
 #include "tarv/TARVVersion.hpp"
+#include "tarv/cache/TARVDataZLib.hpp"
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/music/SChord.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#ifndef TARV_DEFAULT_SHAPES_DIR
+#define TARV_DEFAULT_SHAPES_DIR ""
+#endif
 
 namespace {
 
@@ -28,7 +41,8 @@ using namespace tarv::tool;
 
 /// Exit status for input the tool cannot read (command line, chord symbols, tunings, frets).
 constexpr int kExitBadInput = 2;
-/// Exit status when the library itself fails.
+/// Exit status when the library itself fails, a file cannot be written, or `build-cache --check`
+/// finds a file that is not what it would write.
 constexpr int kExitFailure = 1;
 
 constexpr int kMaximumByte = 255;
@@ -36,8 +50,13 @@ constexpr int kMaximumByte = 255;
 /// The text that standard input stands for in a list of chords.
 constexpr std::string_view kStandardInput = "-";
 
+/// Where `build-cache` puts what it writes, inside its output folder.
+constexpr const char* kShapeCacheDirectory = "shapecaches";
+constexpr const char* kCuratedShapesFile = "curatedshapes.json";
+
 /// One line on standard error, after everything already written to standard output.
-void reportBadInput(const std::string& message) {
+void report(std::string message) {
+    std::replace(message.begin(), message.end(), '\n', ' ');
     std::cout.flush();
     std::cerr << "tarvguitar: " << message << "\n";
     std::cerr.flush();
@@ -45,42 +64,102 @@ void reportBadInput(const std::string& message) {
 
 struct InstrumentOptions {
     std::string pitches;
-    std::string name;
+    std::string customName;
+    std::string settingsPath;
+    std::string instrumentName;
+    std::string tuningName;
     int fretCount = 0;
     int capo = 0;
     CLI::Option* pitchesOption = nullptr;
-    CLI::Option* nameOption = nullptr;
+    CLI::Option* customNameOption = nullptr;
+    CLI::Option* settingsOption = nullptr;
+    CLI::Option* instrumentOption = nullptr;
+    CLI::Option* tuningNameOption = nullptr;
     CLI::Option* fretCountOption = nullptr;
     CLI::Option* capoOption = nullptr;
 
     void addTo(CLI::App& command) {
-        pitchesOption = command.add_option(
-            "--tuning", pitches,
-            "Open strings from the lowest to the highest, as players write them "
-            "(\"E2 A2 D3 G3 B3 E4\"; blanks or commas between pitches). Default: the standard "
-            "guitar tuning");
-        nameOption =
-            command.add_option("--tuning-name", name, "Name of the --tuning (default \"Custom\")")
-                ->needs(pitchesOption);
-        fretCountOption =
-            command.add_option("--frets", fretCount, "Frets on the neck (default 22)")
-                ->check(CLI::Range(0, kMaximumByte));
+        pitchesOption =
+            command
+                .add_option("--tuning", pitches,
+                            "Open strings from the lowest to the highest, as players write them "
+                            "(\"E2 A2 D3 G3 B3 E4\"; blanks or commas between pitches). Default: "
+                            "the standard "
+                            "guitar tuning")
+                ->type_name("PITCHES");
+        customNameOption = command
+                               .add_option("--custom-name", customName,
+                                           "Name of the --tuning (default \"Custom\")")
+                               ->type_name("NAME")
+                               ->needs(pitchesOption);
+        instrumentOption = command
+                               .add_option("--instrument", instrumentName,
+                                           "An instrument of the settings file (see tarvguitar "
+                                           "instruments); default: its first "
+                                           "instrument")
+                               ->type_name("NAME");
+        tuningNameOption =
+            command
+                .add_option(
+                    "--tuning-name", tuningName,
+                    "A tuning of the chosen instrument; default: the instrument's first tuning")
+                ->type_name("NAME");
+        settingsOption = command
+                             .add_option("--settings", settingsPath,
+                                         "The settings file (property list) of --instrument and "
+                                         "--tuning-name; default: the "
+                                         "sample settings file of the library's resources")
+                             ->type_name("FILE");
+        for (CLI::Option* option : {instrumentOption, tuningNameOption, settingsOption}) {
+            option->excludes(pitchesOption);
+        }
+        fretCountOption = command
+                              .add_option("--frets", fretCount,
+                                          "Frets on the neck (default 22, or the "
+                                          "instrument's)")
+                              ->check(CLI::Range(0, kMaximumByte));
         capoOption = command.add_option("--capo", capo, "Fret of the capo, 0 for none (default 0)")
                          ->check(CLI::Range(0, kMaximumByte));
     }
 
+    bool fromSettings() const {
+        return settingsOption->count() > 0 || instrumentOption->count() > 0 ||
+               tuningNameOption->count() > 0;
+    }
+
     bool given() const {
-        return pitchesOption->count() > 0 || fretCountOption->count() > 0 ||
+        return pitchesOption->count() > 0 || fromSettings() || fretCountOption->count() > 0 ||
                capoOption->count() > 0;
     }
 
-    TuningRequest request() const {
+    /// The tuning the options describe, with the name of its instrument when it comes from a
+    /// settings file. Throws InputError.
+    ChosenTuning tuning() const {
+        if (fromSettings()) {
+            InstrumentChoice choice;
+            if (settingsOption->count() > 0) {
+                choice.settingsPath = settingsPath;
+            }
+            if (instrumentOption->count() > 0) {
+                choice.instrument = instrumentName;
+            }
+            if (tuningNameOption->count() > 0) {
+                choice.tuning = tuningName;
+            }
+            if (fretCountOption->count() > 0) {
+                choice.fretCount = fretCount;
+            }
+            if (capoOption->count() > 0) {
+                choice.capo = capo;
+            }
+            return tuningForChoice(choice);
+        }
         TuningRequest request;
         if (pitchesOption->count() > 0) {
             request.pitches = pitches;
         }
-        if (nameOption->count() > 0) {
-            request.name = name;
+        if (customNameOption->count() > 0) {
+            request.name = customName;
         }
         if (fretCountOption->count() > 0) {
             request.fretCount = fretCount;
@@ -88,7 +167,7 @@ struct InstrumentOptions {
         if (capoOption->count() > 0) {
             request.capo = capo;
         }
-        return request;
+        return {tuningForRequest(request), std::string()};
     }
 };
 
@@ -125,42 +204,76 @@ void forEachSymbol(const std::vector<std::string>& arguments,
 std::shared_ptr<const SChord> readChord(std::string_view symbol) {
     std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
     if (!chord) {
-        reportBadInput("cannot read the chord symbol \"" + std::string(symbol) + "\"");
+        report("cannot read the chord symbol \"" + std::string(symbol) + "\"");
     }
     return chord;
 }
 
-std::vector<TARVChordShapePtr> generateShapes(const std::shared_ptr<const SChord>& chord,
+/// How the `shapes` command obtains shapes.
+enum class Generation {
+    /// From the shared shape cache, generated and stored there on a miss.
+    Cached,
+    /// Generated even on a hit, and merged into the shared cache.
+    Forced,
+    /// Generated without any cache.
+    Uncached,
+};
+
+std::vector<TARVChordShapePtr> shapesForChord(const std::shared_ptr<const SChord>& chord,
                                               const SStringedInstrumentTuningPtr& tuning,
-                                              bool uncached) {
-    // Generation is uncached whichever way it is asked for, until the library offers a cache.
-    static_cast<void>(uncached);
-    const TARVChordShapeGeneratorPtr generator =
-        TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+                                              Generation generation) {
+    TARVChordShapeGeneratorPtr generator;
+    switch (generation) {
+    case Generation::Cached:
+        generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
+        break;
+    case Generation::Forced:
+        generator = TARVChordShapeGenerator::initWithChord(chord, tuning, true);
+        break;
+    case Generation::Uncached:
+        generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+        break;
+    }
     if (!generator->shapes()) {
         return {};
     }
     return *generator->shapes();
 }
 
+/// Whether every fret of `shape` lies on the neck of `tuning`, counted from its capo. The shape
+/// cache is keyed by the open notes alone, so it may answer shapes made for a longer neck.
+bool fitsOnTheNeck(const TARVChordShape& shape, const SStringedInstrumentTuning& tuning) {
+    const int frets = static_cast<int>(tuning.fretCount()) - static_cast<int>(tuning.capo());
+    return std::all_of(shape.indicators().begin(), shape.indicators().end(),
+                       [&](const TARVFretIndicator& indicator) {
+                           return indicator.isMuted() ||
+                                  static_cast<int>(shape.baseFret()) + indicator.fret() <= frets;
+                       });
+}
+
 struct ShapesCommand {
     std::vector<std::string> chords;
     InstrumentOptions instrument;
     bool uncached = false;
+    bool force = false;
     std::size_t limit = 0;
     CLI::Option* limitOption = nullptr;
     std::string format = "text";
     bool ascii = false;
 
     int run() const {
-        SStringedInstrumentTuningPtr tuning;
+        ChosenTuning chosen;
         try {
-            tuning = tuningForRequest(instrument.request());
+            chosen = instrument.tuning();
         } catch (const InputError& error) {
-            reportBadInput(error.what());
+            report(error.what());
             return kExitBadInput;
         }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
+        const Generation generation =
+            uncached ? Generation::Uncached : (force ? Generation::Forced : Generation::Cached);
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
         bool badInput = false;
         formatter->begin();
         forEachSymbol(chords, [&](std::string_view symbol) {
@@ -171,7 +284,10 @@ struct ShapesCommand {
             }
             ChordShapesAnswer answer;
             answer.chord = chord;
-            answer.shapes = generateShapes(chord, tuning, uncached);
+            answer.shapes = shapesForChord(chord, tuning, generation);
+            std::erase_if(answer.shapes, [&](const TARVChordShapePtr& shape) {
+                return !fitsOnTheNeck(*shape, *tuning);
+            });
             answer.generatedCount = answer.shapes.size();
             if (limitOption->count() > 0 && answer.shapes.size() > limit) {
                 answer.shapes.resize(limit);
@@ -191,16 +307,18 @@ struct NotationCommand {
     bool ascii = false;
 
     int run() const {
-        SStringedInstrumentTuningPtr tuning;
+        ChosenTuning chosen;
         if (instrument.given()) {
             try {
-                tuning = tuningForRequest(instrument.request());
+                chosen = instrument.tuning();
             } catch (const InputError& error) {
-                reportBadInput(error.what());
+                report(error.what());
                 return kExitBadInput;
             }
         }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
         bool badInput = false;
         formatter->begin();
         for (const std::string& text : fretTexts) {
@@ -220,7 +338,7 @@ struct NotationCommand {
                                      " frets");
                 }
             } catch (const InputError& error) {
-                reportBadInput(error.what());
+                report(error.what());
                 badInput = true;
                 continue;
             }
@@ -253,6 +371,184 @@ struct ChordCommand {
             std::cout.flush();
         });
         return badInput ? kExitBadInput : 0;
+    }
+};
+
+struct InstrumentsCommand {
+    std::string settingsPath;
+    CLI::Option* settingsOption = nullptr;
+    std::string format = "text";
+
+    int run() const {
+        const std::filesystem::path path = settingsOption->count() > 0
+                                               ? std::filesystem::path(settingsPath)
+                                               : defaultSettingsPath();
+        std::optional<NoteEntrySettings> settings;
+        try {
+            settings = loadSettings(path);
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        for (const StringedInstrumentDescriptor& instrument : settings->tablature().instruments()) {
+            if (format == "json") {
+                writeInstrumentJson(std::cout, instrument);
+            } else {
+                writeInstrumentText(std::cout, instrument);
+            }
+        }
+        std::cout.flush();
+        return 0;
+    }
+};
+
+struct BuildCacheCommand {
+    std::string shapesDirectory;
+    std::string outputDirectory;
+    CLI::Option* outputOption = nullptr;
+    std::string checkDirectory;
+    CLI::Option* checkOption = nullptr;
+    std::vector<std::string> noteStrings;
+    bool list = false;
+
+    int run() const {
+        if (list) {
+            std::size_t width = 0;
+            for (const ShippedTuning& tuning : shippedTunings()) {
+                width = std::max(width, tuningForShippedTuning(tuning)->asciiNoteString().size());
+            }
+            for (const ShippedTuning& tuning : shippedTunings()) {
+                const std::string noteString = tuningForShippedTuning(tuning)->asciiNoteString();
+                std::cout << noteString << std::string(width - noteString.size() + 2, ' ')
+                          << tuning.instrument << ", " << tuning.name << ": " << tuning.pitches
+                          << ", " << tuning.fretCount << " frets\n";
+            }
+            return 0;
+        }
+        if (outputOption->count() == 0 && checkOption->count() == 0) {
+            report("build-cache needs --output DIR or --check DIR (see tarvguitar "
+                   "build-cache --help)");
+            return kExitBadInput;
+        }
+        std::vector<ShippedTuning> tunings;
+        std::optional<ShapeCacheBuild> build;
+        try {
+            tunings = selectedTunings();
+            if (shapesDirectory.empty()) {
+                throw InputError("build-cache needs --shapes-dir, the folder of well-known shapes");
+            }
+            build = buildShapeCaches(tunings, readWellKnownShapeFiles(shapesDirectory));
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        return outputOption->count() > 0 ? write(*build) : check(*build);
+    }
+
+private:
+    std::vector<ShippedTuning> selectedTunings() const {
+        if (noteStrings.empty()) {
+            return shippedTunings();
+        }
+        std::vector<ShippedTuning> selected;
+        for (const std::string& noteString : noteStrings) {
+            const auto& all = shippedTunings();
+            const auto found = std::find_if(all.begin(), all.end(), [&](const auto& tuning) {
+                return tuningForShippedTuning(tuning)->asciiNoteString() == noteString;
+            });
+            if (found == all.end()) {
+                throw InputError("no built-in tuning has the note string \"" + noteString +
+                                 "\" (see tarvguitar build-cache --list)");
+            }
+            selected.push_back(*found);
+        }
+        return selected;
+    }
+
+    static std::string readBytes(const std::filesystem::path& path, bool& readable) {
+        std::ifstream stream(path, std::ios::binary);
+        readable = static_cast<bool>(stream);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+
+    static bool writeBytes(const std::filesystem::path& path, std::span<const std::uint8_t> bytes) {
+        std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+        stream.write(reinterpret_cast<const char*>(bytes.data()),
+                     static_cast<std::streamsize>(bytes.size()));
+        stream.close();
+        if (!stream) {
+            report("cannot write \"" + path.string() + "\"");
+            return false;
+        }
+        return true;
+    }
+
+    static std::span<const std::uint8_t> bytesOf(const std::string& text) {
+        return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+    }
+
+    int write(const ShapeCacheBuild& build) const {
+        const std::filesystem::path output(outputDirectory);
+        const std::filesystem::path cacheDirectory = output / kShapeCacheDirectory;
+        std::error_code error;
+        std::filesystem::create_directories(cacheDirectory, error);
+        if (error) {
+            report("cannot make the folder \"" + cacheDirectory.string() +
+                   "\": " + error.message());
+            return kExitFailure;
+        }
+        for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
+            const std::string text = shapeCacheJsonText(file.dictionary);
+            const std::optional<TARVData> compressed = compressedData(bytesOf(text));
+            const std::filesystem::path path = cacheDirectory / file.fileName;
+            if (!compressed) {
+                report("cannot compress \"" + path.string() + "\"");
+                return kExitFailure;
+            }
+            if (!writeBytes(path, *compressed)) {
+                return kExitFailure;
+            }
+            std::cout << "wrote " << path.string() << " (" << file.dictionary.at("chords").size()
+                      << " chords)\n";
+        }
+        const std::filesystem::path curatedPath = output / kCuratedShapesFile;
+        if (!writeBytes(curatedPath, bytesOf(curatedShapesText(build.curatedShapes)))) {
+            return kExitFailure;
+        }
+        std::cout << "wrote " << curatedPath.string() << " (" << build.curatedShapes.size()
+                  << (build.curatedShapes.size() == 1 ? " tuning)\n" : " tunings)\n");
+        std::cout.flush();
+        return 0;
+    }
+
+    int check(const ShapeCacheBuild& build) const {
+        const std::filesystem::path directory(checkDirectory);
+        bool upToDate = true;
+        const auto compare = [&](const std::filesystem::path& path, const std::string& expected,
+                                 bool compressed) {
+            bool readable = false;
+            const std::string bytes = readBytes(path, readable);
+            std::optional<TARVData> contents;
+            if (!readable) {
+                report("\"" + path.string() + "\" is missing");
+            } else if (compressed && !(contents = decompressedData(bytesOf(bytes)))) {
+                report("\"" + path.string() + "\" does not decompress");
+            } else if ((compressed ? std::string(contents->begin(), contents->end()) : bytes) !=
+                       expected) {
+                report("\"" + path.string() + "\" is not what build-cache writes");
+            } else {
+                std::cout << "up to date: " << path.string() << "\n";
+                return;
+            }
+            upToDate = false;
+        };
+        for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
+            compare(directory / kShapeCacheDirectory / file.fileName,
+                    shapeCacheJsonText(file.dictionary), true);
+        }
+        compare(directory / kCuratedShapesFile, curatedShapesText(build.curatedShapes), false);
+        std::cout.flush();
+        return upToDate ? 0 : kExitFailure;
     }
 };
 
@@ -290,10 +586,20 @@ int main(int argc, char** argv) {
         "and the badness under each box. json: one object per chord, each on its own line; in "
         "\"frets\" a string with no mark at all is written x. svg: one document of chord "
         "diagrams.\nExit status 2 when a chord symbol, the tuning or an option cannot be read; "
-        "the other chords are still answered.");
-    shapesCommand->add_flag("--uncached", shapes.uncached, "Generate without any shape cache");
+        "the other chords are still answered.\nShapes come from the shape cache, which holds the "
+        "shipped shapes of common tunings, well-known shapes first, with badness 0; other chords "
+        "and tunings are generated on first use. Every shape that fits the neck (the frets above "
+        "the capo) is shown unless --limit is given.");
+    CLI::Option* uncachedOption = shapesCommand->add_flag(
+        "--uncached", shapes.uncached, "Generate the shapes without any shape cache");
+    shapesCommand
+        ->add_flag("--force", shapes.force,
+                   "Generate the shapes even when the shape cache holds the chord, and merge "
+                   "them into it")
+        ->excludes(uncachedOption);
     shapes.limitOption =
-        shapesCommand->add_option("--limit", shapes.limit, "Show at most this many shapes a chord");
+        shapesCommand->add_option("--limit", shapes.limit, "Show at most this many shapes a chord")
+            ->type_name("N");
     addFormatOptions(*shapesCommand, shapes.format, &shapes.ascii, {"text", "json", "svg"});
 
     NotationCommand notation;
@@ -305,8 +611,8 @@ int main(int argc, char** argv) {
                      "\"x,3,2,0,1,0\" (or x32010 when every fret has one digit)")
         ->required();
     notation.instrument.addTo(*notationCommand);
-    notationCommand->footer("With --tuning, --frets or --capo the instrument and the notes the "
-                            "shape sounds are shown too.");
+    notationCommand->footer("With --tuning, --instrument, --tuning-name, --settings, --frets or "
+                            "--capo the instrument and the notes the shape sounds are shown too.");
     addFormatOptions(*notationCommand, notation.format, &notation.ascii, {"text", "json", "svg"});
 
     ChordCommand chord;
@@ -317,13 +623,70 @@ int main(int argc, char** argv) {
         ->required();
     addFormatOptions(*chordCommand, chord.format, nullptr, {"text", "json"});
 
+    InstrumentsCommand instruments;
+    CLI::App* instrumentsCommand = app.add_subcommand(
+        "instruments", "The instruments and tunings of a settings file, for --instrument and "
+                       "--tuning-name");
+    instruments.settingsOption = instrumentsCommand
+                                     ->add_option("--settings", instruments.settingsPath,
+                                                  "The settings file (property list); default: the "
+                                                  "sample settings file of the library's "
+                                                  "resources")
+                                     ->type_name("FILE");
+    addFormatOptions(*instrumentsCommand, instruments.format, nullptr, {"text", "json"});
+    instrumentsCommand->footer(
+        "text: each instrument with its fret count, then its tunings, open strings from the "
+        "lowest to the highest. json: one object per instrument, each on its own line; "
+        "\"pitches\" from string 0, the highest string.\nExit status 2 when the settings file "
+        "cannot be read or does not decode.");
+
+    BuildCacheCommand buildCache;
+    CLI::App* buildCacheCommand = app.add_subcommand(
+        "build-cache", "Write the shape cache files of the built-in tunings and the curated "
+                       "shapes file");
+    buildCache.shapesDirectory = TARV_DEFAULT_SHAPES_DIR;
+    buildCacheCommand
+        ->add_option("--shapes-dir", buildCache.shapesDirectory,
+                     std::string("The folder of the well-known shape files (*.json)") +
+                         (buildCache.shapesDirectory.empty()
+                              ? std::string()
+                              : "; default: " + buildCache.shapesDirectory))
+        ->type_name("DIR");
+    buildCache.outputOption =
+        buildCacheCommand
+            ->add_option(
+                "--output", buildCache.outputDirectory,
+                "Write DIR/shapecaches/NOTES.shapecache for each tuning and DIR/curatedshapes.json")
+            ->type_name("DIR");
+    buildCache.checkOption =
+        buildCacheCommand
+            ->add_option("--check", buildCache.checkDirectory,
+                         "Write nothing; compare the files in DIR with what --output would write "
+                         "(shape cache files after decompression)")
+            ->type_name("DIR")
+            ->excludes(buildCache.outputOption);
+    buildCacheCommand
+        ->add_option("--only", buildCache.noteStrings,
+                     "Only the built-in tunings of these ASCII note strings "
+                     "(\"EADGBE\"); may be repeated")
+        ->type_name("NOTES");
+    buildCacheCommand->add_flag("--list", buildCache.list,
+                                "List the built-in tunings with their note strings");
+    buildCacheCommand->footer(
+        "Each shape cache file holds every chord of the catalogue (12 roots times every chord "
+        "quality, and the major and minor triads over their third and fifth): the well-known "
+        "shapes listed for its tuning first, then the best generated shapes. The curated "
+        "shapes file holds the well-known shapes of the other chords.\nExit status 1 when "
+        "--check finds a file missing or different, 2 when the well-known shapes cannot be "
+        "read.");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
             return app.exit(error);
         }
-        reportBadInput(std::string(error.what()) + " (see tarvguitar --help)");
+        report(std::string(error.what()) + " (see tarvguitar --help)");
         return kExitBadInput;
     }
 
@@ -334,10 +697,15 @@ int main(int argc, char** argv) {
         if (notationCommand->parsed()) {
             return notation.run();
         }
+        if (instrumentsCommand->parsed()) {
+            return instruments.run();
+        }
+        if (buildCacheCommand->parsed()) {
+            return buildCache.run();
+        }
         return chord.run();
     } catch (const std::exception& error) {
-        std::cout.flush();
-        std::cerr << "tarvguitar: " << error.what() << "\n";
+        report(error.what());
         return kExitFailure;
     }
 }

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "tarv/instruments/SStringedInstrumentTuning.hpp"
+#include "tarv/music/SChord.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarv::tool {
+
+/// A tuning for which the library ships a shape cache file.
+struct ShippedTuning {
+    std::string instrument;
+    std::string name;
+    /// Open strings from the lowest to the highest, as players write them ("E2 A2 D3 G3 B3 E4").
+    std::string pitches;
+    /// The frets of the instrument's neck; generation uses them all.
+    int fretCount = 0;
+};
+
+/// The tunings of the shipped shape cache files, in the order they are built.
+const std::vector<ShippedTuning>& shippedTunings();
+
+/// The tuning object of `tuning`.
+SStringedInstrumentTuningPtr tuningForShippedTuning(const ShippedTuning& tuning);
+
+/// A chord of the catalogue and the symbol that names it in the files.
+struct CatalogueChord {
+    /// A symbol that `SChord::chordWithString` reads back as `chord` ("C#m7", "C/E").
+    std::string name;
+    SChordPtr chord;
+};
+
+/// The chords of every shape cache file: for each root from C to B, every supported quality in
+/// the library's order, then the major and the minor triad over their third and over their fifth.
+/// Roots and basses are spelled C C# D Eb E F F# G Ab A Bb B. A quality that reads as the same
+/// chord as an earlier one ("7b13" and "7#5") gives no second entry.
+std::vector<CatalogueChord> chordCatalogue();
+
+/// One file of well-known chord shapes: chord names with their absolute frets, the first fret
+/// being that of the first string of `tuning`.
+struct WellKnownShapeFile {
+    std::filesystem::path path;
+    /// The open strings as the file lists them.
+    std::vector<SPitch> tuning;
+    struct Entry {
+        std::string name;
+        std::vector<std::int64_t> frets;
+    };
+    std::vector<Entry> entries;
+};
+
+/// Every "*.json" file of well-known shapes in `directory`, in file name order. Throws InputError
+/// when the folder cannot be read or a file does not have the expected form.
+std::vector<WellKnownShapeFile> readWellKnownShapeFiles(const std::filesystem::path& directory);
+
+/// What `build-cache` writes.
+struct ShapeCacheBuild {
+    struct TuningFile {
+        /// "EADGBE.shapecache"
+        std::string fileName;
+        /// The tuning dictionary: "asciiNoteString" and "chords".
+        nlohmann::json dictionary;
+    };
+    std::vector<TuningFile> tuningFiles;
+    /// The curated shapes: a list of tuning dictionaries of the well-known shapes whose chords
+    /// are not in the catalogue.
+    nlohmann::json curatedShapes;
+};
+
+/// Builds the tuning dictionary of every tuning of `tunings` and the curated shapes. A chord's
+/// shapes are the well-known shapes listed for its tuning (those that play the chord, in their
+/// order), then the best generated shapes, each shape once.
+ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
+                                 const std::vector<WellKnownShapeFile>& wellKnownShapes);
+
+/// The UTF-8 JSON text of a shape cache file, before compression.
+std::string shapeCacheJsonText(const nlohmann::json& tuningDictionary);
+
+/// The UTF-8 JSON text of the curated shapes file: one chord a line.
+std::string curatedShapesText(const nlohmann::json& curatedShapes);
+
+} // namespace tarv::tool
