@@ -1,5 +1,7 @@
 #include "tarv/settings/TARVPropertyListDecoder.hpp"
 
+#include "music/TARVPropertyListNesting.hpp"
+
 #include <plist/plist.h>
 
 #include <cmath>
@@ -108,6 +110,16 @@ TARVPropertyListDecoder::TARVPropertyListDecoder(std::shared_ptr<void> tree, voi
 TARVPropertyListDecoder TARVPropertyListDecoder::decoderWithData(std::string_view data) {
     if (data.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw TARVSettingsDecodingError::dataCorrupted({}, "the data is too large to read");
+    }
+    // The property list reader recurses once per level of nesting; settings nest a few levels,
+    // so a far deeper file is refused before the reader sees it.
+    constexpr std::size_t kMaxNesting = 128;
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(data.data()), data.size());
+    const bool tooDeep = data.starts_with("bplist")
+                             ? TARVBinaryPropertyListNestsDeeperThan(bytes, kMaxNesting)
+                             : TARVXMLPropertyListNestsDeeperThan(bytes, kMaxNesting);
+    if (tooDeep) {
+        throw TARVSettingsDecodingError::dataCorrupted({}, "the property list nests too deeply");
     }
     plist_t root = nullptr;
     plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);

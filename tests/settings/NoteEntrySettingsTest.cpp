@@ -242,5 +242,22 @@ TEST(NoteEntrySettings, RecordsMadeByHandKeepTheirFields) {
               PitchDescriptor("G", 3));
 }
 
+TEST(NoteEntrySettings, DeeplyNestedPropertyListIsDataCorruptedNotACrash) {
+    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">";
+    for (int i = 0; i < 100000; ++i) {
+        xml += "<array>";
+    }
+    for (int i = 0; i < 100000; ++i) {
+        xml += "</array>";
+    }
+    xml += "</plist>";
+    try {
+        NoteEntrySettings::decode(xml);
+        FAIL() << "deeply nested data decoded";
+    } catch (const TARVSettingsDecodingError& error) {
+        EXPECT_EQ(error.kind(), Kind::dataCorrupted);
+    }
+}
+
 } // namespace
 } // namespace tarv
