@@ -137,37 +137,28 @@ struct InstrumentOptions {
     ChosenTuning tuning() const {
         if (fromSettings()) {
             InstrumentChoice choice;
-            if (settingsOption->count() > 0) {
-                choice.settingsPath = settingsPath;
-            }
-            if (instrumentOption->count() > 0) {
-                choice.instrument = instrumentName;
-            }
-            if (tuningNameOption->count() > 0) {
-                choice.tuning = tuningName;
-            }
-            if (fretCountOption->count() > 0) {
-                choice.fretCount = fretCount;
-            }
-            if (capoOption->count() > 0) {
-                choice.capo = capo;
-            }
+            setIfGiven(settingsOption, choice.settingsPath, settingsPath);
+            setIfGiven(instrumentOption, choice.instrument, instrumentName);
+            setIfGiven(tuningNameOption, choice.tuning, tuningName);
+            setIfGiven(fretCountOption, choice.fretCount, fretCount);
+            setIfGiven(capoOption, choice.capo, capo);
             return tuningForChoice(choice);
         }
         TuningRequest request;
-        if (pitchesOption->count() > 0) {
-            request.pitches = pitches;
-        }
-        if (customNameOption->count() > 0) {
-            request.name = customName;
-        }
-        if (fretCountOption->count() > 0) {
-            request.fretCount = fretCount;
-        }
-        if (capoOption->count() > 0) {
-            request.capo = capo;
-        }
+        setIfGiven(pitchesOption, request.pitches, pitches);
+        setIfGiven(customNameOption, request.name, customName);
+        setIfGiven(fretCountOption, request.fretCount, fretCount);
+        setIfGiven(capoOption, request.capo, capo);
         return {tuningForRequest(request), std::string()};
+    }
+
+private:
+    /// Copies an option's value into `target` only when the option was given.
+    template <typename Target, typename Value>
+    static void setIfGiven(const CLI::Option* option, Target& target, const Value& value) {
+        if (option->count() > 0) {
+            target = value;
+        }
     }
 };
 
