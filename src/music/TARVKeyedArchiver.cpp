@@ -1,5 +1,7 @@
 #include "tarv/music/TARVKeyedArchiver.hpp"
 
+#include "TARVKeyedArchiveKeys.hpp"
+
 #include <plist/plist.h>
 
 #include <cstring>
@@ -13,15 +15,6 @@ namespace tarv {
 namespace {
 
 constexpr std::uint64_t kKeyedArchiveVersion = 100000;
-
-std::string escapedKey(std::string_view key) {
-    std::string escaped;
-    if (!key.empty() && key.front() == '$') {
-        escaped += '$';
-    }
-    escaped += key;
-    return escaped;
-}
 
 // libplist writes integers as signed values of up to 8 bytes; only an integer that it parsed
 // from text above the signed range becomes the 16-byte form that binary property lists use for
@@ -116,7 +109,7 @@ struct TARVKeyedArchiver::Impl {
             fail("Nothing can be added to an archive once it is finished.");
             return;
         }
-        plist_dict_set_item(dict, escapedKey(key).c_str(), node);
+        plist_dict_set_item(dict, TARVEscapedArchiveKey(key).c_str(), node);
     }
     std::uint64_t append(plist_t node) {
         plist_array_append_item(objects, node);

@@ -2,6 +2,8 @@
 
 #include "TARVPropertyListNesting.hpp"
 
+#include "TARVKeyedArchiveKeys.hpp"
+
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -20,15 +22,6 @@ constexpr std::size_t kMaxDepth = 512;
 // Keyed archives are flat property lists: their containers nest a few levels deep. The property
 // list reader recurses once per level, so deeper lists are refused before it sees them.
 constexpr std::size_t kMaxPropertyListNesting = 128;
-
-std::string escapedKey(std::string_view key) {
-    std::string escaped;
-    if (!key.empty() && key.front() == '$') {
-        escaped += '$';
-    }
-    escaped += key;
-    return escaped;
-}
 
 std::string quoted(std::string_view text) {
     return "\"" + std::string(text) + "\"";
@@ -346,14 +339,15 @@ const TARVArchiveClass* TARVKeyedUnarchiver::decodingClass() const noexcept {
 
 bool TARVKeyedUnarchiver::containsValueForKey(std::string_view key) const {
     plist_t dict = _impl->current();
-    return dict != nullptr && plist_dict_get_item(dict, escapedKey(key).c_str()) != nullptr;
+    return dict != nullptr &&
+           plist_dict_get_item(dict, TARVEscapedArchiveKey(key).c_str()) != nullptr;
 }
 
 std::optional<TARVArchiveNumber> TARVKeyedUnarchiver::decodeNumber(std::string_view key) {
     if (_impl->error || _impl->current() == nullptr) {
         return std::nullopt;
     }
-    plist_t node = plist_dict_get_item(_impl->current(), escapedKey(key).c_str());
+    plist_t node = plist_dict_get_item(_impl->current(), TARVEscapedArchiveKey(key).c_str());
     if (node == nullptr) {
         return std::nullopt;
     }
@@ -399,7 +393,7 @@ std::optional<std::uint64_t> TARVKeyedUnarchiver::_referenceForKey(std::string_v
     if (_impl->error || _impl->current() == nullptr) {
         return std::nullopt;
     }
-    plist_t node = plist_dict_get_item(_impl->current(), escapedKey(key).c_str());
+    plist_t node = plist_dict_get_item(_impl->current(), TARVEscapedArchiveKey(key).c_str());
     if (node == nullptr) {
         return std::nullopt;
     }
@@ -416,7 +410,7 @@ TARVKeyedUnarchiver::_referencesForKey(std::string_view key) {
     if (_impl->error || _impl->current() == nullptr) {
         return std::nullopt;
     }
-    plist_t node = plist_dict_get_item(_impl->current(), escapedKey(key).c_str());
+    plist_t node = plist_dict_get_item(_impl->current(), TARVEscapedArchiveKey(key).c_str());
     if (node == nullptr) {
         _impl->fail(_impl->where() + " has no " + quoted(key) + " list.");
         return std::nullopt;
