@@ -1,6 +1,6 @@
 #include "tarv/cache/TARVChordShapeCache.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 namespace tarv {
 

@@ -3,7 +3,6 @@
 #include "tarv/music/TARVHasher.hpp"
 
 #include <nlohmann/json.hpp>
-#include <plist/plist.h>
 
 #include <cmath>
 #include <cstdio>
@@ -111,111 +110,6 @@ std::optional<std::string> textForKey(const json& map, const char* key, const st
 
 std::string indexPath(const std::string& path, std::size_t index) {
     return path + "[" + std::to_string(index) + "]";
-}
-
-// Property lists -----------------------------------------------------------------------------
-
-struct PlistFree {
-    void operator()(void* node) const noexcept { plist_free(node); }
-};
-using PlistHolder = std::unique_ptr<void, PlistFree>;
-
-/// The signed value of an integer node. The reader keeps values of 2^63 and above apart from
-/// negative ones only internally; comparing with a node made from the signed value tells them
-/// apart, and those are kept as unsigned.
-json integerJSON(plist_t node) {
-    std::uint64_t value = 0;
-    plist_get_uint_val(node, &value);
-    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
-        const PlistHolder signedNode(plist_new_uint(value));
-        if (plist_compare_node_value(node, signedNode.get()) == 0) {
-            return json(value);
-        }
-    }
-    return json(static_cast<std::int64_t>(value));
-}
-
-std::string dateText(plist_t node) {
-    std::int32_t seconds = 0;
-    std::int32_t microseconds = 0;
-    plist_get_date_val(node, &seconds, &microseconds);
-    // Property-list dates count from 2001-01-01T00:00:00Z.
-    const std::time_t time = static_cast<std::time_t>(seconds) + 978307200;
-    std::tm parts{};
-    gmtime_r(&time, &parts);
-    char buffer[64];
-    std::strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S", &parts);
-    std::string text = buffer;
-    if (microseconds != 0) {
-        std::snprintf(buffer, sizeof buffer, ".%06d", static_cast<int>(std::abs(microseconds)));
-        text += buffer;
-    }
-    return text + "Z";
-}
-
-json jsonFromNode(plist_t node) {
-    switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        std::uint8_t value = 0;
-        plist_get_bool_val(node, &value);
-        return json(value != 0);
-    }
-    case PLIST_UINT:
-        return integerJSON(node);
-    case PLIST_REAL: {
-        double value = 0;
-        plist_get_real_val(node, &value);
-        return json(value);
-    }
-    case PLIST_STRING:
-    case PLIST_KEY: {
-        std::uint64_t length = 0;
-        const char* text = plist_get_string_ptr(node, &length);
-        return json(std::string(text, static_cast<std::size_t>(length)));
-    }
-    case PLIST_ARRAY: {
-        json array = json::array();
-        const std::uint32_t count = plist_array_get_size(node);
-        for (std::uint32_t i = 0; i < count; ++i) {
-            array.push_back(jsonFromNode(plist_array_get_item(node, i)));
-        }
-        return array;
-    }
-    case PLIST_DICT: {
-        json object = json::object();
-        plist_dict_iter iterator = nullptr;
-        plist_dict_new_iter(node, &iterator);
-        for (;;) {
-            char* key = nullptr;
-            plist_t item = nullptr;
-            plist_dict_next_item(node, iterator, &key, &item);
-            if (key == nullptr) {
-                break;
-            }
-            std::string name = key;
-            std::free(key);
-            object[std::move(name)] = jsonFromNode(item);
-        }
-        std::free(iterator);
-        return object;
-    }
-    case PLIST_DATE:
-        return json(dateText(node));
-    case PLIST_DATA: {
-        std::uint64_t length = 0;
-        const char* bytes = plist_get_data_ptr(node, &length);
-        const auto* begin = reinterpret_cast<const std::uint8_t*>(bytes);
-        return json::binary(std::vector<std::uint8_t>(begin, begin + length));
-    }
-    case PLIST_UID: {
-        std::uint64_t value = 0;
-        plist_get_uid_val(node, &value);
-        return json(value);
-    }
-    case PLIST_NONE:
-        break;
-    }
-    return json();
 }
 
 } // namespace
@@ -341,19 +235,6 @@ std::string SStringedInstrumentDescription::description() const {
     return "SStringedInstrumentDescription instrumentName: " +
            (_mInstrumentName ? *_mInstrumentName : std::string("(none)")) +
            " tuning: " + _mTuning->description();
-}
-
-json TARVJSONWithPropertyListData(std::string_view data) {
-    if (data.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::invalid_argument("property list: too large to read");
-    }
-    plist_t root = nullptr;
-    plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);
-    const PlistHolder holder(root);
-    if (root == nullptr) {
-        throw std::invalid_argument("property list: the data is not a property list");
-    }
-    return jsonFromNode(root);
 }
 
 } // namespace tarv

@@ -1,7 +1,7 @@
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
-#include "tarv/music/TARVArchiveClass.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 namespace tarv {
 

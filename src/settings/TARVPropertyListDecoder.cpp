@@ -1,6 +1,6 @@
 #include "tarv/settings/TARVPropertyListDecoder.hpp"
 
-#include "music/TARVPropertyListNesting.hpp"
+#include "archive/TARVPropertyListNesting.hpp"
 
 #include <plist/plist.h>
 

@@ -1,6 +1,6 @@
-#include "tarv/music/TARVArchiveClass.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <algorithm>

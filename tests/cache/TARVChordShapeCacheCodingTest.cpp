@@ -1,7 +1,7 @@
 #include "TARVCacheTestSupport.hpp"
 
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "tarv/instruments/SStringedInstrumentDescription.hpp"
+#include "tarv/archive/TARVPropertyListJSON.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,9 +1,9 @@
 #include "tarv/shapes/TARVFretIndicator.hpp"
 
-#include "music/TARVArchiveTestClasses.hpp"
-#include "music/TARVArchiveTestSupport.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "archive/TARVArchiveTestClasses.hpp"
+#include "archive/TARVArchiveTestSupport.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
 #include "tarv/shapes/TARVOpenFretIndicator.hpp"

@@ -91,13 +91,6 @@ private:
     std::optional<std::string> _mInstrumentName;
 };
 
-/// The tree of a property list (XML or binary) as JSON, so that it can be handed to
-/// `stringedInstrumentDescriptionWithDictionary`: dictionaries become objects, arrays arrays,
-/// strings strings, integers signed integers, reals numbers, booleans booleans, data binary
-/// values, dates ISO 8601 texts and UIDs unsigned integers.
-/// Throws std::invalid_argument when `data` is not a property list.
-nlohmann::json TARVJSONWithPropertyListData(std::string_view data);
-
 } // namespace tarv
 
 template <> struct std::hash<tarv::SStringedInstrumentDescription> {

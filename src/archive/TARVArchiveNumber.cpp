@@ -1,4 +1,4 @@
-#include "tarv/music/TARVArchiveNumber.hpp"
+#include "tarv/archive/TARVArchiveNumber.hpp"
 
 #include <cmath>
 #include <cstdio>

@@ -1,8 +1,8 @@
-#include "music/TARVPropertyListNesting.hpp"
+#include "archive/TARVPropertyListNesting.hpp"
 
-#include "music/TARVArchiveTestSupport.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "archive/TARVArchiveTestSupport.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 #include <gtest/gtest.h>
 

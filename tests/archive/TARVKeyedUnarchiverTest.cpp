@@ -1,8 +1,8 @@
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
-#include "music/TARVArchiveTestClasses.hpp"
-#include "music/TARVArchiveTestSupport.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
+#include "archive/TARVArchiveTestClasses.hpp"
+#include "archive/TARVArchiveTestSupport.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
 
 #include <gtest/gtest.h>
 

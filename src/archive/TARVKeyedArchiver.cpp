@@ -1,4 +1,4 @@
-#include "tarv/music/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
 
 #include "TARVKeyedArchiveKeys.hpp"
 

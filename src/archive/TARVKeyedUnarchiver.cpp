@@ -1,4 +1,4 @@
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 #include "TARVPropertyListNesting.hpp"
 

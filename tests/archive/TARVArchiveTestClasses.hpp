@@ -2,9 +2,9 @@
 
 // Small archivable classes for the tests of the keyed archive facility.
 
-#include "tarv/music/TARVArchiveClass.hpp"
-#include "tarv/music/TARVKeyedArchiver.hpp"
-#include "tarv/music/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 #include <cstdint>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tarv/music/TARVArchiveClass.hpp"
-#include "tarv/music/TARVArchiveCoding.hpp"
-#include "tarv/music/TARVArchiveNumber.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVArchiveCoding.hpp"
+#include "tarv/archive/TARVArchiveNumber.hpp"
 
 #include <any>
 #include <cstdint>

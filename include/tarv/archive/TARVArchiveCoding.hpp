@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tarv/music/TARVArchiveClass.hpp"
-#include "tarv/music/TARVArchiveNumber.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVArchiveNumber.hpp"
 
 #include <concepts>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "tarv/music/TARVArchiveClass.hpp"
+#include "tarv/archive/TARVArchiveClass.hpp"
 
 #include <algorithm>
 
