@@ -1040,10 +1040,9 @@ std::shared_ptr<const SChord> SChord::chordWithString(std::string_view text) {
         return nullptr;
     }
     std::optional<Quality> quality;
-    // A doubled accidental before a degree number is the root's accidental and an alteration:
-    // sheets mean F#(#5) by "F##5" and Bb(b5) by "Bbb5".
-    if (root->accidentals == 2 && root->length < body.size() && body[root->length] >= '0' &&
-        body[root->length] <= '9') {
+    // A doubled accidental before the fifth is the root's accidental and an altered fifth:
+    // sheets mean F#(#5) by "F##5" and Bb(b5) by "Bbb5", never a power chord on F## or Bbb.
+    if (root->accidentals == 2 && body.substr(root->length).starts_with('5')) {
         if (const auto single = parseRoot(body, 1)) {
             quality = parseQuality(body.substr(single->length));
             if (quality) {

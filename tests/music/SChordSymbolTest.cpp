@@ -388,8 +388,10 @@ TEST(SChordSheetSymbols, DoubledAccidentalBeforeADegreeIsAnAlteration) {
     EXPECT_EQ(flat->root().string(), "Bb");
     EXPECT_EQ(valueOf("Bbb5"), valueOf("Bb(b5)"));
     EXPECT_EQ(valueOf("B\u266D\u266D5"), valueOf("Bb(b5)"));
-    // Without a degree number that reads, both accidentals stay with the root.
+    EXPECT_EQ(valueOf("Bbb5(b9)"), valueOf("Bb(b5,b9)"));
+    // Elsewhere both accidentals stay with the root.
     EXPECT_EQ(SChord::chordWithString("Ebb")->root().string(), "Ebb");
+    EXPECT_EQ(SChord::chordWithString("Bbb9")->root().string(), "Bbb");
     EXPECT_EQ(SChord::chordWithString("Bbb7")->root().string(), "Bbb");
     EXPECT_EQ(SChord::chordWithString("F##m")->root().string(), "F##");
     // A single accidental still belongs to the root.

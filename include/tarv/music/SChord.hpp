@@ -32,8 +32,8 @@ public:
     ///   sharp eleventh (the flat fifth) that may; never the natural fifth or ninth;
     /// - a minor sign before a major-seventh sign in any spelling is the minor-major seventh
     ///   ("C-(maj7)", "CmΔ7", "Cm+7");
-    /// - a doubled accidental before a degree number is the root's accidental and an
-    ///   alteration ("F##5" is F#(#5), "Bbb5" is Bb(b5)).
+    /// - a doubled accidental before the fifth is the root's accidental and an altered fifth
+    ///   ("F##5" is F#(#5), "Bbb5" is Bb(b5)); elsewhere both accidentals belong to the root.
     static std::shared_ptr<const SChord> chordWithString(std::string_view text);
 
     /// A corrected form of `text` that reads as a chord when `text` itself does not: a lower-case
