@@ -16,8 +16,16 @@ namespace {
 constexpr std::size_t kShapeSetCapacity = 40;
 constexpr std::size_t kMaximumShapes = 20;
 constexpr std::int16_t kMutedMarker = -1;
-// Bass string, base fret and up to 14 fret bytes fill the two words of a candidate key.
-constexpr std::size_t kKeyedCandidatePositions = 14;
+constexpr std::size_t kMaximumFingers = 4;
+// A raw candidate key holds the base fret in its low byte and four bits per string above it.
+constexpr std::uint32_t kMaximumRawStrings = 14;
+constexpr std::uint64_t kFreeKey = ~std::uint64_t{0};
+constexpr std::uint8_t kMutedKeyFret = 0xF;
+// Up to this fret count the fret lists are plain octaves below the fret count; above it the
+// 8-bit fret arithmetic of fretsForString wraps. Ranges then also stay below fret 128.
+constexpr std::uint8_t kPlainFretCount = 116;
+// The shapes of the standard table all have six strings.
+constexpr std::uint8_t kStandardTableStringCount = 6;
 
 bool inRange(std::int16_t fret, TARVFretRange range) noexcept {
     if (fret < 0) {
@@ -31,19 +39,28 @@ std::int8_t relativeFret(std::int16_t fret, TARVFretRange range) noexcept {
     return static_cast<std::int8_t>(fret - static_cast<std::int64_t>(range.location));
 }
 
+std::uint16_t noteBit(unsigned value) noexcept {
+    return static_cast<std::uint16_t>(1u << (value % 12));
+}
+
 } // namespace
 
 TARVChordShapeGenerator::TARVChordShapeGenerator(SChordPtr chord,
                                                  SStringedInstrumentTuningConstPtr tuning)
     : _chord(std::move(chord)), _tuning(std::move(tuning)) {
     _shapeSet.reserve(kShapeSetCapacity);
-    _bassValue = _chord->addedBase().value_or(_chord->root()).noteValue();
-    _characteristicMask = TARVNoteValueMask(_chord->characteristicNotes());
-    for (const SPitch& pitch : _tuning->stringPitches()) {
-        _openValues.push_back(pitch.note().noteValue());
+    if (_chord) {
+        _hasChord = true;
+        _bassValue = _chord->addedBase().value_or(_chord->root()).noteValue();
+        _characteristicMask = TARVNoteValueMask(_chord->characteristicNotes());
     }
-    if (_openValues.size() > 256) {
-        _openValues.resize(256);
+    if (_tuning) {
+        for (const SPitch& pitch : _tuning->stringPitches()) {
+            _openValues.push_back(pitch.note().noteValue());
+        }
+        if (_openValues.size() > 256) {
+            _openValues.resize(256);
+        }
     }
 }
 
@@ -56,15 +73,33 @@ TARVChordShapeGenerator::initUncachedWithChord(SChordPtr chord,
 }
 
 std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
+    if (!_chord || !_tuning) {
+        return {};
+    }
     const SStringedInstrumentTuning& tuning = *_tuning;
     const std::uint8_t stringCount = tuning.stringCount();
+    const std::uint8_t fretCount = tuning.fretCount();
+    const std::vector<SNote>& notes = _chord->notes();
 
     std::vector<std::vector<std::int16_t>> lists(stringCount);
     for (std::uint8_t string = 0; string < stringCount; ++string) {
         auto& list = lists[string];
-        for (const SNote& note : _chord->notes()) {
-            for (const std::int8_t fret : fretsForString(note, string, tuning, false)) {
-                list.push_back(fret);
+        if (fretCount <= kPlainFretCount) {
+            // What fretsForString answers on such a neck: every octave of the note's lowest fret
+            // below the fret count.
+            list.reserve(notes.size() * (fretCount / 12u + 1));
+            const unsigned open = _openValues[string];
+            for (const SNote& note : notes) {
+                for (unsigned fret = (note.noteValue() + 12u - open) % 12u; fret < fretCount;
+                     fret += 12) {
+                    list.push_back(static_cast<std::int16_t>(fret));
+                }
+            }
+        } else {
+            for (const SNote& note : notes) {
+                for (const std::int8_t fret : fretsForString(note, string, tuning, false)) {
+                    list.push_back(fret);
+                }
             }
         }
         std::sort(list.begin(), list.end());
@@ -84,26 +119,90 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
         lists = std::move(reordered);
     }
     _stringFretLists = std::move(lists);
+    prepareEnumeration();
 
-    // Invalid shapes are kept out of the working set as they arrive (see addToShapeSet), which
-    // leaves nothing for _removeInvalidShapes to do.
+    // Invalid shapes are kept out of the working set as they arrive, which leaves nothing for
+    // _removeInvalidShapes to do; every shape is scored as it arrives.
     _seenTable.clear();
-    for (std::uint32_t fret = 0; fret < tuning.fretCount(); ++fret) {
+    for (std::uint32_t fret = 0; fret < fretCount; ++fret) {
         _addShapesAtFret(fret);
     }
 
-    for (const TARVChordShapePtr& shape : _shapeSet) {
-        shape->setBadness(TARVChordShapeScorer::scoreForShape(*shape, stringCount));
+    // A stable sort by badness, of which only the first shapes are kept.
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
+    order.reserve(_shapeSet.size());
+    for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
+        order.emplace_back(_shapeSet[index]->badness(), static_cast<std::uint32_t>(index));
     }
-
-    std::vector<TARVChordShapePtr> sorted = _shapeSet;
-    std::stable_sort(
-        sorted.begin(), sorted.end(),
-        [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) { return a->compare(*b) < 0; });
-    if (sorted.size() > kMaximumShapes) {
-        sorted.resize(kMaximumShapes);
+    const std::size_t kept = std::min(order.size(), kMaximumShapes);
+    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept),
+                      order.end());
+    std::vector<TARVChordShapePtr> sorted;
+    sorted.reserve(kept);
+    for (std::size_t index = 0; index < kept; ++index) {
+        sorted.push_back(_shapeSet[order[index].second]);
     }
     return sorted;
+}
+
+std::uint64_t TARVChordShapeGenerator::scoreForShape(const TARVChordShape& shape) const {
+    const std::uint8_t stringCount = _tuning->stringCount();
+    // Every generated shape has a mark for every string of the tuning, so only a six-string
+    // tuning's shapes can be in the standard table.
+    if (stringCount != kStandardTableStringCount) {
+        return TARVChordShapeScorer::formulaScoreForShape(shape, stringCount);
+    }
+    return TARVChordShapeScorer::scoreForShape(shape, stringCount);
+}
+
+void TARVChordShapeGenerator::prepareEnumeration() {
+    _rawStringCount = 0;
+    const SStringedInstrumentTuning& tuning = *_tuning;
+    const std::uint32_t stringCount = tuning.stringCount();
+    if (stringCount < 2 || stringCount > kMaximumRawStrings ||
+        tuning.fretCount() > kPlainFretCount || _stringFretLists.size() != stringCount) {
+        return;
+    }
+    _tuningString.resize(stringCount);
+    std::uint32_t seen = 0;
+    const auto& transform = tuning.stringOrderTransform();
+    if (transform && transform->size() != stringCount) {
+        return;
+    }
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        const std::int64_t tuningString = transform ? (*transform)[string] : string;
+        if (tuningString < 0 || tuningString >= static_cast<std::int64_t>(stringCount) ||
+            (seen & (1u << tuningString)) != 0) {
+            return;
+        }
+        seen |= 1u << tuningString;
+        _tuningString[string] = static_cast<std::uint8_t>(tuningString);
+    }
+
+    _fretNoteBits.resize(stringCount);
+    _lowestMutedAbove.assign(stringCount, static_cast<std::uint8_t>(stringCount));
+    std::size_t longest = 0;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        const auto& frets = _stringFretLists[string];
+        auto& bits = _fretNoteBits[string];
+        bits.clear();
+        const unsigned open = _openValues[_tuningString[string]];
+        for (const std::int16_t fret : frets) {
+            bits.push_back(noteBit(open + static_cast<unsigned>(fret)));
+        }
+        longest = std::max(longest, frets.size());
+    }
+    for (std::uint32_t string = stringCount - 1; string > 0; --string) {
+        _lowestMutedAbove[string - 1] = std::min(_lowestMutedAbove[string], _tuningString[string]);
+    }
+    _choiceStride = longest + 1;
+    _choices.resize(stringCount * _choiceStride);
+    _choiceCounts.resize(stringCount);
+    _chosen.resize(stringCount);
+    _prefixes.resize(stringCount);
+    _validKeys.assign(64, kFreeKey);
+    _validKeyCount = 0;
+    _rawStringCount = stringCount;
 }
 
 TARVFretRange TARVChordShapeGenerator::_fretRangeAtFret(std::uint32_t fret,
@@ -120,6 +219,13 @@ void TARVChordShapeGenerator::_addShapesAtFret(std::uint32_t fret) {
 }
 
 void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
+    if (!_chord || !_tuning) {
+        return;
+    }
+    if (enumeratesRawCandidates()) {
+        addRawCandidatesForFretRange(range);
+        return;
+    }
     const SNote bassNote = _chord->addedBase().value_or(_chord->root());
     const std::uint8_t stringCount = _tuning->stringCount();
     _rangeFrets.resize(stringCount);
@@ -127,8 +233,8 @@ void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
         fillFretsForString(string, range, _rangeFrets[string]);
     }
     for (std::int32_t string = static_cast<std::int32_t>(stringCount) - 1; string >= 1; --string) {
-        enumerateShapes<true>(range, bassNote, static_cast<std::uint32_t>(string),
-                              [this](const TARVChordShape& shape) { addToShapeSet(shape); });
+        enumerateShapes(range, bassNote, static_cast<std::uint32_t>(string),
+                        [this](const TARVChordShape& shape) { addToShapeSet(shape); });
     }
 }
 
@@ -152,31 +258,9 @@ void TARVChordShapeGenerator::addToShapeSet(const TARVChordShape& shape) {
         }
     }
     _seenTable[slot] = static_cast<std::int32_t>(_shapeSet.size());
-    _shapeSet.push_back(std::make_shared<TARVChordShape>(shape));
-}
-
-bool TARVChordShapeGenerator::insertCandidateKey(const CandidateKey& key) {
-    if (_candidateKeys.empty() || 2 * (_candidateKeyCount + 1) > _candidateKeys.size()) {
-        std::vector<CandidateKey> old = std::move(_candidateKeys);
-        _candidateKeys.assign(old.empty() ? 1024 : 2 * old.size(), CandidateKey{0, 0});
-        _candidateKeyCount = 0;
-        for (const CandidateKey& entry : old) {
-            if (entry.low != 0) {
-                insertCandidateKey(entry);
-            }
-        }
-    }
-    const std::size_t mask = _candidateKeys.size() - 1;
-    std::uint64_t mixed = (key.low ^ (key.high * 0x9E3779B97F4A7C15ULL)) * 0xBF58476D1CE4E5B9ULL;
-    std::size_t slot = static_cast<std::size_t>(mixed >> 32) & mask;
-    for (; _candidateKeys[slot].low != 0; slot = (slot + 1) & mask) {
-        if (_candidateKeys[slot].low == key.low && _candidateKeys[slot].high == key.high) {
-            return false;
-        }
-    }
-    _candidateKeys[slot] = key;
-    ++_candidateKeyCount;
-    return true;
+    auto added = std::make_shared<TARVChordShape>(shape);
+    added->setBadness(scoreForShape(*added));
+    _shapeSet.push_back(std::move(added));
 }
 
 void TARVChordShapeGenerator::growSeenTable() {
@@ -201,13 +285,13 @@ TARVChordShapeGenerator::_shapesForFretRange(TARVFretRange range, const SNote& w
         fillFretsForString(string, range, _rangeFrets[string]);
     }
     std::vector<TARVChordShapePtr> shapes;
-    enumerateShapes<false>(range, withBassNote, onString, [&shapes](const TARVChordShape& shape) {
+    enumerateShapes(range, withBassNote, onString, [&shapes](const TARVChordShape& shape) {
         shapes.push_back(std::make_shared<TARVChordShape>(shape));
     });
     return shapes;
 }
 
-template <bool SkipRepeatedCandidates, typename OnShape>
+template <typename OnShape>
 void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& bassNote,
                                               std::uint32_t bassString, OnShape&& onShape) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
@@ -236,36 +320,12 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
     }
     _choice.assign(lastPosition + 1, 0);
 
-    // A candidate is wholly described by its bass string, its base fret and its frets relative
-    // to that base fret, every negative fret being a muted string alike. A candidate met before
-    // builds a shape equal to one already offered, so it can be passed over unbuilt.
-    const bool keyed = SkipRepeatedCandidates && lastPosition + 1 <= kKeyedCandidatePositions;
-
     while (true) {
-        bool repeated = false;
-        if (keyed) {
-            const std::uint8_t offset = _normalizationOffsetForIndicatorArray(_candidate);
-            CandidateKey key{static_cast<std::uint64_t>(offset + range.location) & 0xFF, 0};
-            key.low |= static_cast<std::uint64_t>(bassString) << 8;
-            for (std::size_t position = 0; position <= lastPosition; ++position) {
-                const int fret = _candidate[position].fret();
-                const auto byte = static_cast<std::uint8_t>(fret < 0 ? 0xFF : fret - offset);
-                const std::size_t bit = 16 + 8 * position;
-                if (bit < 64) {
-                    key.low |= static_cast<std::uint64_t>(byte) << bit;
-                } else {
-                    key.high |= static_cast<std::uint64_t>(byte) << (bit - 64);
-                }
-            }
-            repeated = !insertCandidateKey(key);
-        }
-        if (!repeated) {
-            std::uint8_t offset = 0;
-            normalizeInto(_candidate, _normalized, offset);
-            _scratchShape._rebuildFromIndicatorArray(
-                _normalized, static_cast<std::uint8_t>(offset + range.location));
-            onShape(_scratchShape);
-        }
+        std::uint8_t offset = 0;
+        normalizeInto(_candidate, _normalized, offset);
+        _scratchShape._rebuildFromIndicatorArray(
+            _normalized, static_cast<std::uint8_t>(offset + range.location));
+        onShape(_scratchShape);
 
         std::size_t position = lastPosition;
         for (; position >= 1; --position) {
@@ -281,6 +341,203 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
             return;
         }
     }
+}
+
+void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) {
+    const std::uint32_t stringCount = _rawStringCount;
+    const bool twoNotes = _chord->notes().size() == 2;
+    const std::uint64_t last = range.location + range.length;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        // The same choices as _fretsForString: the muted marker first when it is offered, then
+        // the frets of the range in ascending order.
+        const auto& frets = _stringFretLists[string];
+        const auto& bits = _fretNoteBits[string];
+        StringChoice* choices = &_choices[string * _choiceStride];
+        std::size_t begin = 0;
+        while (begin < frets.size() &&
+               (frets[begin] < 0 || static_cast<std::uint64_t>(frets[begin]) < range.location)) {
+            ++begin;
+        }
+        std::size_t end = begin;
+        while (end < frets.size() && static_cast<std::uint64_t>(frets[end]) <= last) {
+            ++end;
+        }
+        std::size_t count = 0;
+        if (string == 0 || begin == end || range.location == 0 || twoNotes) {
+            choices[count++] = StringChoice{relativeFret(kMutedMarker, range), 0};
+        }
+        for (std::size_t index = begin; index < end; ++index) {
+            choices[count++] = StringChoice{relativeFret(frets[index], range), bits[index]};
+        }
+        _choiceCounts[string] = static_cast<std::uint8_t>(count);
+    }
+    for (std::uint32_t string = stringCount - 1; string >= 1; --string) {
+        addRawCandidatesForBassString(range, string);
+    }
+}
+
+TARVChordShapeGenerator::ChoicePrefix
+TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
+                                      const StringChoice& choice) const noexcept {
+    ChoicePrefix next = prefix;
+    const std::uint8_t tuningString = _tuningString[string];
+    if (choice.fret < 0) {
+        next.lowestMuted = std::min(next.lowestMuted, tuningString);
+        return next;
+    }
+    const auto fret = static_cast<std::uint8_t>(choice.fret);
+    next.noteBits = static_cast<std::uint16_t>(next.noteBits | choice.noteBit);
+    next.lowestFret = std::min(next.lowestFret, fret);
+    if (tuningString > next.highestString) {
+        next.highestString = tuningString;
+        next.highestNoteBit = choice.noteBit;
+    }
+    if (tuningString + 1u != _rawStringCount) {
+        ++next.fingered;
+        ++next.fingeredAt[fret];
+    }
+    ++next.heldAt[fret];
+    next.highestAt[fret] = std::max(next.highestAt[fret], tuningString);
+    return next;
+}
+
+bool TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
+                                            TARVFretRange range) const noexcept {
+    // The rules of isValidChordShape, read off the candidate: every characteristic note sounds,
+    // the highest sounding tuning string plays the bass, and at most four fingers are needed.
+    if ((prefix.noteBits & _characteristicMask) != _characteristicMask ||
+        prefix.highestNoteBit != noteBit(_bassValue)) {
+        return false;
+    }
+    const std::uint8_t lowest = prefix.lowestFret;
+    const std::uint8_t atLowest = prefix.fingeredAt[lowest];
+    std::size_t fingers = prefix.fingered - atLowest;
+    if (range.location + lowest == 0) {
+        // At the nut the strings at fret 0 are open.
+    } else if (prefix.heldAt[lowest] >= 2 && prefix.lowestMuted > prefix.highestAt[lowest]) {
+        // One barre holds every string at the base fret.
+        fingers += 1;
+    } else {
+        fingers += atLowest;
+    }
+    return fingers <= kMaximumFingers;
+}
+
+void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
+                                                            std::uint32_t bassString) {
+    // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
+    const StringChoice* bassChoices = &_choices[bassString * _choiceStride];
+    const StringChoice* bass = nullptr;
+    for (std::size_t index = 0; index < _choiceCounts[bassString]; ++index) {
+        if (bassChoices[index].fret >= 0 && bassChoices[index].noteBit == noteBit(_bassValue)) {
+            bass = &bassChoices[index];
+            break;
+        }
+    }
+    if (bass == nullptr) {
+        return;
+    }
+
+    ChoicePrefix base{};
+    base.lowestFret = 0xFF;
+    base.lowestMuted = _lowestMutedAbove[bassString];
+    _prefixes[bassString] = extendPrefix(base, bassString, *bass);
+
+    // Candidates in the order _indicatorListsForFretRange lists them: the string next to the bass
+    // varies slowest, string 0 fastest. `_prefixes[s]` holds the choices of the bass string down
+    // to string s; the choices of string 0 are tried against `_prefixes[1]` directly.
+    std::uint32_t string = bassString;
+    while (true) {
+        // Fill the prefixes down to string 1 with the current choices.
+        for (; string > 1; --string) {
+            _prefixes[string - 1] =
+                extendPrefix(_prefixes[string], string - 1,
+                             _choices[(string - 1) * _choiceStride + _chosen[string - 1]]);
+        }
+        const ChoicePrefix& above = _prefixes[1];
+        const StringChoice* last = &_choices[0];
+        for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
+            const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
+            if (isValidPrefix(candidate, range)) {
+                _chosen[0] = index;
+                addRawCandidate(range, bassString, candidate);
+            }
+        }
+        // Advance the odometer of strings 1 to bass - 1.
+        string = 1;
+        while (string < bassString && ++_chosen[string] >= _choiceCounts[string]) {
+            _chosen[string] = 0;
+            ++string;
+        }
+        if (string >= bassString) {
+            break;
+        }
+        // Strings below `string` restart from their first choice; `string` itself moved on.
+        _prefixes[string] = extendPrefix(_prefixes[string + 1], string,
+                                         _choices[string * _choiceStride + _chosen[string]]);
+    }
+    std::fill(_chosen.begin(), _chosen.begin() + bassString, std::uint8_t{0});
+}
+
+void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t bassString,
+                                              const ChoicePrefix& prefix) {
+    const std::uint32_t stringCount = _rawStringCount;
+    const std::uint8_t offset = prefix.lowestFret;
+    const auto baseFret = static_cast<std::uint8_t>(range.location + offset);
+
+    // A candidate's shape is fixed by its base fret and the fret of every string relative to it
+    // (or its being muted), and different such candidates give shapes that are not equal.
+    std::uint64_t key = baseFret;
+    std::array<TARVFretIndicator, kMaximumRawStrings> normalized;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        std::int8_t fret = -1;
+        if (string < bassString) {
+            fret = _choices[string * _choiceStride + _chosen[string]].fret;
+        } else if (string == bassString) {
+            fret = _prefixes[bassString].lowestFret;
+        }
+        std::uint64_t keyFret = kMutedKeyFret;
+        if (fret >= 0) {
+            fret = static_cast<std::int8_t>(fret - offset);
+            keyFret = static_cast<std::uint64_t>(fret);
+        } else {
+            fret = -1;
+        }
+        key |= keyFret << (8 + 4 * string);
+        const std::uint8_t tuningString = _tuningString[string];
+        normalized[tuningString] = TARVFretIndicator(fret, tuningString);
+    }
+    if (!insertValidKey(key)) {
+        return;
+    }
+    // Marks in string order, which the shape keeps without moving any.
+    TARVChordShapePtr shape = TARVChordShape::shapeFromIndicatorArray(
+        std::span<const TARVFretIndicator>(normalized.data(), stringCount), baseFret);
+    shape->setBadness(scoreForShape(*shape));
+    _shapeSet.push_back(std::move(shape));
+}
+
+bool TARVChordShapeGenerator::insertValidKey(std::uint64_t key) {
+    if (2 * (_validKeyCount + 1) > _validKeys.size()) {
+        std::vector<std::uint64_t> old = std::move(_validKeys);
+        _validKeys.assign(2 * old.size(), kFreeKey);
+        _validKeyCount = 0;
+        for (const std::uint64_t entry : old) {
+            if (entry != kFreeKey) {
+                insertValidKey(entry);
+            }
+        }
+    }
+    const std::size_t mask = _validKeys.size() - 1;
+    std::size_t slot = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ULL) >> 40) & mask;
+    for (; _validKeys[slot] != kFreeKey; slot = (slot + 1) & mask) {
+        if (_validKeys[slot] == key) {
+            return false;
+        }
+    }
+    _validKeys[slot] = key;
+    ++_validKeyCount;
+    return true;
 }
 
 std::optional<std::int16_t>
@@ -316,8 +573,8 @@ void TARVChordShapeGenerator::fillFretsForString(std::uint32_t string, TARVFretR
             frets.push_back(fret);
         }
     }
-    const bool offerMuted =
-        string == 0 || frets.size() == 1 || range.location == 0 || _chord->notes().size() == 2;
+    const bool offerMuted = string == 0 || frets.size() == 1 || range.location == 0 ||
+                            (_chord && _chord->notes().size() == 2);
     if (!offerMuted) {
         frets.erase(frets.begin());
     }
@@ -402,6 +659,9 @@ void TARVChordShapeGenerator::normalizeInto(std::span<const TARVFretIndicator> i
 }
 
 bool TARVChordShapeGenerator::isValidChordShape(const TARVChordShape& shape) const {
+    if (!_hasChord || !_tuning) {
+        return false;
+    }
     if (shape._fingersRequiredToPlayWithStringCount(_tuning->stringCount()) > 4) {
         return false;
     }

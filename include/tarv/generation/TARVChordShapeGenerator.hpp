@@ -4,6 +4,7 @@
 #include "tarv/music/SChord.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -63,6 +64,7 @@ public:
     }
     void setStringFretLists(std::vector<std::vector<std::int16_t>> lists) {
         _stringFretLists = std::move(lists);
+        _rawStringCount = 0;
     }
     /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed.
     const std::vector<TARVChordShapePtr>& shapeSet() const noexcept { return _shapeSet; }
@@ -106,28 +108,60 @@ public:
     TARVChordShapeGenerator(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning);
 
 private:
+    /// One choice of a string in one range: its fret relative to the range (negative: muted) and
+    /// the note value it sounds as a bit (0 when muted).
+    struct StringChoice {
+        std::int8_t fret;
+        std::uint16_t noteBit;
+    };
+    /// What the strings chosen so far hold, from the bass string down to the current one.
+    struct ChoicePrefix {
+        std::uint16_t noteBits;
+        /// Lowest relative fret of a sounding string.
+        std::uint8_t lowestFret;
+        /// Highest tuning string that sounds, and the note it sounds as a bit.
+        std::uint8_t highestString;
+        std::uint16_t highestNoteBit;
+        /// Lowest tuning string that is muted (the string count when none is).
+        std::uint8_t lowestMuted;
+        /// Sounding strings that need a finger when fretted: all but the lowest-pitched string.
+        std::uint8_t fingered;
+        /// Per relative fret: the fingered strings at it, all strings at it, and the highest
+        /// tuning string at it.
+        std::array<std::uint8_t, 5> fingeredAt;
+        std::array<std::uint8_t, 5> heldAt;
+        std::array<std::uint8_t, 5> highestAt;
+    };
+
+    /// Whether the working set may be built from the raw candidates (see prepareEnumeration).
+    bool enumeratesRawCandidates() const noexcept { return _rawStringCount != 0; }
+    /// Sets up enumeration on raw candidates when the tuning allows it: a string order that is
+    /// a permutation, at most 14 strings (so that a candidate fits one key) and fret numbers
+    /// that stay clear of 8-bit wrapping.
+    void prepareEnumeration();
+    void addRawCandidatesForFretRange(TARVFretRange range);
+    void addRawCandidatesForBassString(TARVFretRange range, std::uint32_t bassString);
+    void addRawCandidate(TARVFretRange range, std::uint32_t bassString, const ChoicePrefix& prefix);
+    ChoicePrefix extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
+                              const StringChoice& choice) const noexcept;
+    bool isValidPrefix(const ChoicePrefix& prefix, TARVFretRange range) const noexcept;
+    /// False when the key was inserted before.
+    bool insertValidKey(std::uint64_t key);
+
     /// Adds a copy of `shape` to the working set unless an equal shape was met before or the
     /// shape is not valid.
     void addToShapeSet(const TARVChordShape& shape);
     void growSeenTable();
-
-    /// A candidate packed into two words; the low word is never 0 (it holds the bass string,
-    /// which is at least 1, in its second byte).
-    struct CandidateKey {
-        std::uint64_t low;
-        std::uint64_t high;
-    };
-    /// False when the key was inserted before.
-    bool insertCandidateKey(const CandidateKey& key);
     /// Builds every candidate shape of one bass placement in turn into one reused shape and hands
     /// it to `onShape`; `_rangeFrets` must hold the frets of the range for every string.
-    template <bool SkipRepeatedCandidates, typename OnShape>
+    template <typename OnShape>
     void enumerateShapes(TARVFretRange range, const SNote& bassNote, std::uint32_t bassString,
                          OnShape&& onShape);
     void fillFretsForString(std::uint32_t string, TARVFretRange range,
                             std::vector<std::int16_t>& frets) const;
     void normalizeInto(std::span<const TARVFretIndicator> indicators,
                        std::vector<TARVFretIndicator>& result, std::uint8_t& offset) const;
+    std::uint64_t scoreForShape(const TARVChordShape& shape) const;
 
     std::optional<std::vector<TARVChordShapePtr>> _shapes;
     SChordPtr _chord;
@@ -136,17 +170,35 @@ private:
     std::vector<TARVChordShapePtr> _shapeSet;
     std::unordered_map<std::string, std::uint64_t> _scoreDict;
 
+    bool _hasChord = false;
     std::uint8_t _bassValue = 0;
     std::uint16_t _characteristicMask = 0;
     /// Note value of each open string, string 0 first.
     std::vector<std::uint8_t> _openValues;
 
-    // Deduplication on insertion: an open-addressing table of positions in `_shapeSet`.
-    std::vector<std::int32_t> _seenTable;
-    std::vector<CandidateKey> _candidateKeys;
-    std::size_t _candidateKeyCount = 0;
+    // Enumeration on raw candidates. `_rawStringCount` is 0 when the tuning needs the general
+    // path.
+    std::uint32_t _rawStringCount = 0;
+    std::size_t _choiceStride = 0;
+    /// Per generator string: its tuning string, and the note bit of every entry of its fret list.
+    std::vector<std::uint8_t> _tuningString;
+    std::vector<std::vector<std::uint16_t>> _fretNoteBits;
+    /// Per generator string: the lowest tuning string muted above it in generator order.
+    std::vector<std::uint8_t> _lowestMutedAbove;
+    /// The choices of every string in the current range, `_choiceStride` apart.
+    std::vector<StringChoice> _choices;
+    std::vector<std::uint8_t> _choiceCounts;
+    std::vector<std::uint8_t> _chosen;
+    std::vector<ChoicePrefix> _prefixes;
+    /// Keys of the valid candidates met so far (open addressing, all ones = free).
+    std::vector<std::uint64_t> _validKeys;
+    std::size_t _validKeyCount = 0;
 
-    // Working storage of the enumeration, reused from one candidate to the next.
+    // Deduplication on insertion in the general path: an open-addressing table of positions in
+    // `_shapeSet`.
+    std::vector<std::int32_t> _seenTable;
+
+    // Working storage of the general path, reused from one candidate to the next.
     std::vector<std::vector<std::int16_t>> _rangeFrets;
     std::vector<TARVFretIndicator> _candidate;
     std::vector<std::size_t> _choice;
