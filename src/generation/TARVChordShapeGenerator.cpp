@@ -76,6 +76,48 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
     if (!_chord || !_tuning) {
         return {};
     }
+    // The fret lists are made when they are asked for, or when the general path needs them.
+    _fretListsBuilt = false;
+    _stringFretLists.clear();
+    prepareEnumeration();
+    if (!enumeratesRawCandidates()) {
+        buildFretLists();
+    }
+
+    // Invalid shapes are kept out of the working set as they arrive, which leaves nothing for
+    // _removeInvalidShapes to do; every shape is scored as it arrives.
+    _seenTable.clear();
+    for (std::uint32_t fret = 0; fret < _tuning->fretCount(); ++fret) {
+        _addShapesAtFret(fret);
+    }
+
+    // A stable sort by badness, of which only the first shapes are kept.
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
+    order.reserve(_shapeSet.size());
+    for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
+        order.emplace_back(_shapeSet[index] ? _shapeSet[index]->badness()
+                                            : _pendingShapes[index].badness,
+                           static_cast<std::uint32_t>(index));
+    }
+    const std::size_t kept = std::min(order.size(), kMaximumShapes);
+    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept),
+                      order.end());
+    std::vector<TARVChordShapePtr> sorted;
+    sorted.reserve(kept);
+    for (std::size_t index = 0; index < kept; ++index) {
+        TARVChordShapePtr& shape = _shapeSet[order[index].second];
+        if (!shape) {
+            shape = shapeForPendingShape(_pendingShapes[order[index].second]);
+        }
+        sorted.push_back(shape);
+    }
+    return sorted;
+}
+
+void TARVChordShapeGenerator::buildFretLists() const {
+    if (_fretListsBuilt || !_chord || !_tuning) {
+        return;
+    }
     const SStringedInstrumentTuning& tuning = *_tuning;
     const std::uint8_t stringCount = tuning.stringCount();
     const std::uint8_t fretCount = tuning.fretCount();
@@ -119,30 +161,34 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
         lists = std::move(reordered);
     }
     _stringFretLists = std::move(lists);
-    prepareEnumeration();
+    _fretListsBuilt = true;
+}
 
-    // Invalid shapes are kept out of the working set as they arrive, which leaves nothing for
-    // _removeInvalidShapes to do; every shape is scored as it arrives.
-    _seenTable.clear();
-    for (std::uint32_t fret = 0; fret < fretCount; ++fret) {
-        _addShapesAtFret(fret);
+TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {
+    std::array<TARVFretIndicator, kMaximumRawStrings> indicators;
+    for (std::uint8_t string = 0; string < pending.stringCount; ++string) {
+        const auto fret = static_cast<std::uint8_t>((pending.key >> (8 + 4 * string)) & 0xF);
+        indicators[string] = TARVFretIndicator(
+            fret == kMutedKeyFret ? std::int8_t{-1} : static_cast<std::int8_t>(fret), string);
     }
+    // Marks in string order, which the shape keeps without moving any.
+    TARVChordShapePtr shape = TARVChordShape::shapeFromIndicatorArray(
+        std::span<const TARVFretIndicator>(indicators.data(), pending.stringCount),
+        static_cast<std::uint8_t>(pending.key & 0xFF));
+    shape->setBadness(pending.badness);
+    return shape;
+}
 
-    // A stable sort by badness, of which only the first shapes are kept.
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
-    order.reserve(_shapeSet.size());
+void TARVChordShapeGenerator::buildPendingShapes() const {
+    if (_pendingShapes.empty()) {
+        return;
+    }
     for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
-        order.emplace_back(_shapeSet[index]->badness(), static_cast<std::uint32_t>(index));
+        if (!_shapeSet[index]) {
+            _shapeSet[index] = shapeForPendingShape(_pendingShapes[index]);
+        }
     }
-    const std::size_t kept = std::min(order.size(), kMaximumShapes);
-    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept),
-                      order.end());
-    std::vector<TARVChordShapePtr> sorted;
-    sorted.reserve(kept);
-    for (std::size_t index = 0; index < kept; ++index) {
-        sorted.push_back(_shapeSet[order[index].second]);
-    }
-    return sorted;
+    _pendingShapes.clear();
 }
 
 std::uint64_t TARVChordShapeGenerator::scoreForShape(const TARVChordShape& shape) const {
@@ -160,10 +206,9 @@ void TARVChordShapeGenerator::prepareEnumeration() {
     const SStringedInstrumentTuning& tuning = *_tuning;
     const std::uint32_t stringCount = tuning.stringCount();
     if (stringCount < 2 || stringCount > kMaximumRawStrings ||
-        tuning.fretCount() > kPlainFretCount || _stringFretLists.size() != stringCount) {
+        tuning.fretCount() > kPlainFretCount) {
         return;
     }
-    _tuningString.resize(stringCount);
     std::uint32_t seen = 0;
     const auto& transform = tuning.stringOrderTransform();
     if (transform && transform->size() != stringCount) {
@@ -177,29 +222,31 @@ void TARVChordShapeGenerator::prepareEnumeration() {
         }
         seen |= 1u << tuningString;
         _tuningString[string] = static_cast<std::uint8_t>(tuningString);
+        _openPitchClass[string] = _openValues[_tuningString[string]];
     }
-
-    _fretNoteBits.resize(stringCount);
-    _lowestMutedAbove.assign(stringCount, static_cast<std::uint8_t>(stringCount));
-    std::size_t longest = 0;
-    for (std::uint32_t string = 0; string < stringCount; ++string) {
-        const auto& frets = _stringFretLists[string];
-        auto& bits = _fretNoteBits[string];
-        bits.clear();
-        const unsigned open = _openValues[_tuningString[string]];
-        for (const std::int16_t fret : frets) {
-            bits.push_back(noteBit(open + static_cast<unsigned>(fret)));
-        }
-        longest = std::max(longest, frets.size());
-    }
+    _lowestMutedAbove[stringCount - 1] = static_cast<std::uint8_t>(stringCount);
     for (std::uint32_t string = stringCount - 1; string > 0; --string) {
         _lowestMutedAbove[string - 1] = std::min(_lowestMutedAbove[string], _tuningString[string]);
     }
-    _choiceStride = longest + 1;
-    _choices.resize(stringCount * _choiceStride);
-    _choiceCounts.resize(stringCount);
-    _chosen.resize(stringCount);
-    _prefixes.resize(stringCount);
+
+    // The frets of a string at which chord notes sound repeat every octave, so the choices of a
+    // range depend only on the pitch class at its start (a repeated note adds no choice).
+    const std::uint16_t chordBits = TARVNoteValueMask(_chord->notes());
+    for (unsigned pitchClass = 0; pitchClass < 12; ++pitchClass) {
+        auto& plain = _patterns[pitchClass];
+        auto& muted = _patterns[12 + pitchClass];
+        std::uint8_t count = 0;
+        muted[0] = StringChoice{-1, 0};
+        for (std::int8_t fret = 0; fret <= 4; ++fret) {
+            const std::uint16_t bit = noteBit(pitchClass + static_cast<unsigned>(fret));
+            if ((chordBits & bit) != 0) {
+                plain[count] = StringChoice{fret, bit};
+                muted[count + 1] = plain[count];
+                ++count;
+            }
+        }
+        _patternCounts[pitchClass] = count;
+    }
     _validKeys.assign(64, kFreeKey);
     _validKeyCount = 0;
     _rawStringCount = stringCount;
@@ -239,6 +286,7 @@ void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
 }
 
 void TARVChordShapeGenerator::addToShapeSet(const TARVChordShape& shape) {
+    buildPendingShapes();
     // Equal shapes are equally valid, so an invalid shape can be dropped before it is compared:
     // the set ends with the same survivors, in the same order, as when invalid shapes are
     // removed from the whole set afterwards.
@@ -346,37 +394,32 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
 void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) {
     const std::uint32_t stringCount = _rawStringCount;
     const bool twoNotes = _chord->notes().size() == 2;
-    const std::uint64_t last = range.location + range.length;
+    // The frets of the lists lie below the fret count.
+    const std::uint64_t highest =
+        std::min<std::uint64_t>(range.location + range.length, _tuning->fretCount() - 1u);
+    const std::uint64_t span = highest - range.location;
     for (std::uint32_t string = 0; string < stringCount; ++string) {
         // The same choices as _fretsForString: the muted marker first when it is offered, then
         // the frets of the range in ascending order.
-        const auto& frets = _stringFretLists[string];
-        const auto& bits = _fretNoteBits[string];
-        StringChoice* choices = &_choices[string * _choiceStride];
-        std::size_t begin = 0;
-        while (begin < frets.size() &&
-               (frets[begin] < 0 || static_cast<std::uint64_t>(frets[begin]) < range.location)) {
-            ++begin;
+        const unsigned pitchClass = (_openPitchClass[string] + range.location) % 12;
+        const StringChoice* choices = _patterns[pitchClass].data();
+        std::uint8_t count = _patternCounts[pitchClass];
+        while (count > 0 && static_cast<std::uint64_t>(choices[count - 1].fret) > span) {
+            --count;
         }
-        std::size_t end = begin;
-        while (end < frets.size() && static_cast<std::uint64_t>(frets[end]) <= last) {
-            ++end;
+        if (string == 0 || count == 0 || range.location == 0 || twoNotes) {
+            choices = _patterns[12 + pitchClass].data();
+            ++count;
         }
-        std::size_t count = 0;
-        if (string == 0 || begin == end || range.location == 0 || twoNotes) {
-            choices[count++] = StringChoice{relativeFret(kMutedMarker, range), 0};
-        }
-        for (std::size_t index = begin; index < end; ++index) {
-            choices[count++] = StringChoice{relativeFret(frets[index], range), bits[index]};
-        }
-        _choiceCounts[string] = static_cast<std::uint8_t>(count);
+        _choices[string] = choices;
+        _choiceCounts[string] = count;
     }
     for (std::uint32_t string = stringCount - 1; string >= 1; --string) {
         addRawCandidatesForBassString(range, string);
     }
 }
 
-TARVChordShapeGenerator::ChoicePrefix
+[[gnu::always_inline]] inline TARVChordShapeGenerator::ChoicePrefix
 TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
                                       const StringChoice& choice) const noexcept {
     ChoicePrefix next = prefix;
@@ -388,8 +431,8 @@ TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t 
     const auto fret = static_cast<std::uint8_t>(choice.fret);
     next.noteBits = static_cast<std::uint16_t>(next.noteBits | choice.noteBit);
     next.lowestFret = std::min(next.lowestFret, fret);
-    if (tuningString > next.highestString) {
-        next.highestString = tuningString;
+    if (tuningString >= next.highestString) {
+        next.highestString = static_cast<std::uint8_t>(tuningString + 1);
         next.highestNoteBit = choice.noteBit;
     }
     if (tuningString + 1u != _rawStringCount) {
@@ -401,8 +444,9 @@ TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t 
     return next;
 }
 
-bool TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
-                                            TARVFretRange range) const noexcept {
+[[gnu::always_inline]] inline bool
+TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
+                                       TARVFretRange range) const noexcept {
     // The rules of isValidChordShape, read off the candidate: every characteristic note sounds,
     // the highest sounding tuning string plays the bass, and at most four fingers are needed.
     if ((prefix.noteBits & _characteristicMask) != _characteristicMask ||
@@ -426,7 +470,7 @@ bool TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
 void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
                                                             std::uint32_t bassString) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
-    const StringChoice* bassChoices = &_choices[bassString * _choiceStride];
+    const StringChoice* bassChoices = _choices[bassString];
     const StringChoice* bass = nullptr;
     for (std::size_t index = 0; index < _choiceCounts[bassString]; ++index) {
         if (bassChoices[index].fret >= 0 && bassChoices[index].noteBit == noteBit(_bassValue)) {
@@ -442,20 +486,19 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
     base.lowestFret = 0xFF;
     base.lowestMuted = _lowestMutedAbove[bassString];
     _prefixes[bassString] = extendPrefix(base, bassString, *bass);
+    _chosen[bassString] = static_cast<std::uint8_t>(bass - bassChoices);
 
     // Candidates in the order _indicatorListsForFretRange lists them: the string next to the bass
     // varies slowest, string 0 fastest. `_prefixes[s]` holds the choices of the bass string down
     // to string s; the choices of string 0 are tried against `_prefixes[1]` directly.
     std::uint32_t string = bassString;
     while (true) {
-        // Fill the prefixes down to string 1 with the current choices.
         for (; string > 1; --string) {
-            _prefixes[string - 1] =
-                extendPrefix(_prefixes[string], string - 1,
-                             _choices[(string - 1) * _choiceStride + _chosen[string - 1]]);
+            _prefixes[string - 1] = extendPrefix(_prefixes[string], string - 1,
+                                                 _choices[string - 1][_chosen[string - 1]]);
         }
         const ChoicePrefix& above = _prefixes[1];
-        const StringChoice* last = &_choices[0];
+        const StringChoice* last = _choices[0];
         for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
             const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
             if (isValidPrefix(candidate, range)) {
@@ -472,11 +515,11 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
         if (string >= bassString) {
             break;
         }
-        // Strings below `string` restart from their first choice; `string` itself moved on.
-        _prefixes[string] = extendPrefix(_prefixes[string + 1], string,
-                                         _choices[string * _choiceStride + _chosen[string]]);
+        // `string` moved on; the strings below it start again from their first choice.
+        _prefixes[string] =
+            extendPrefix(_prefixes[string + 1], string, _choices[string][_chosen[string]]);
     }
-    std::fill(_chosen.begin(), _chosen.begin() + bassString, std::uint8_t{0});
+    std::fill(_chosen.begin(), _chosen.begin() + bassString + 1, std::uint8_t{0});
 }
 
 void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t bassString,
@@ -485,17 +528,16 @@ void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t
     const std::uint8_t offset = prefix.lowestFret;
     const auto baseFret = static_cast<std::uint8_t>(range.location + offset);
 
-    // A candidate's shape is fixed by its base fret and the fret of every string relative to it
-    // (or its being muted), and different such candidates give shapes that are not equal.
+    // A candidate's shape is fixed by its base fret and the fret of every tuning string relative
+    // to it (or its being muted); different such candidates give shapes that are not equal.
     std::uint64_t key = baseFret;
     std::array<TARVFretIndicator, kMaximumRawStrings> normalized;
     for (std::uint32_t string = 0; string < stringCount; ++string) {
         std::int8_t fret = -1;
-        if (string < bassString) {
-            fret = _choices[string * _choiceStride + _chosen[string]].fret;
-        } else if (string == bassString) {
-            fret = _prefixes[bassString].lowestFret;
+        if (string <= bassString) {
+            fret = _choices[string][_chosen[string]].fret;
         }
+        const std::uint8_t tuningString = _tuningString[string];
         std::uint64_t keyFret = kMutedKeyFret;
         if (fret >= 0) {
             fret = static_cast<std::int8_t>(fret - offset);
@@ -503,18 +545,21 @@ void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t
         } else {
             fret = -1;
         }
-        key |= keyFret << (8 + 4 * string);
-        const std::uint8_t tuningString = _tuningString[string];
+        key |= keyFret << (8 + 4 * tuningString);
         normalized[tuningString] = TARVFretIndicator(fret, tuningString);
     }
     if (!insertValidKey(key)) {
         return;
     }
     // Marks in string order, which the shape keeps without moving any.
-    TARVChordShapePtr shape = TARVChordShape::shapeFromIndicatorArray(
+    _scratchShape._rebuildFromIndicatorArray(
         std::span<const TARVFretIndicator>(normalized.data(), stringCount), baseFret);
-    shape->setBadness(scoreForShape(*shape));
-    _shapeSet.push_back(std::move(shape));
+    if (_pendingShapes.size() != _shapeSet.size()) {
+        _pendingShapes.resize(_shapeSet.size());
+    }
+    _pendingShapes.push_back(
+        PendingShape{key, scoreForShape(_scratchShape), static_cast<std::uint8_t>(stringCount)});
+    _shapeSet.emplace_back();
 }
 
 bool TARVChordShapeGenerator::insertValidKey(std::uint64_t key) {
@@ -565,6 +610,7 @@ TARVChordShapeGenerator::_fretsForString(std::uint32_t string, TARVFretRange inF
 
 void TARVChordShapeGenerator::fillFretsForString(std::uint32_t string, TARVFretRange range,
                                                  std::vector<std::int16_t>& frets) const {
+    buildFretLists();
     const auto& all = _stringFretLists.at(string);
     frets.clear();
     frets.push_back(kMutedMarker);
@@ -728,6 +774,7 @@ bool TARVChordShapeGenerator::_shapeNotesHaveCharacteristicNotesForChord(
 }
 
 void TARVChordShapeGenerator::_removeInvalidShapes() {
+    buildPendingShapes();
     std::erase_if(_shapeSet,
                   [this](const TARVChordShapePtr& shape) { return !isValidChordShape(*shape); });
 }

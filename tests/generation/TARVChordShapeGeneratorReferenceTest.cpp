@@ -238,8 +238,15 @@ private:
 ::testing::AssertionResult sameShapes(const std::vector<TARVChordShapePtr>& actual,
                                       const std::vector<TARVChordShapePtr>& expected) {
     if (actual.size() != expected.size()) {
-        return ::testing::AssertionFailure()
-               << actual.size() << " shapes where " << expected.size() << " were expected";
+        auto failure = ::testing::AssertionFailure()
+                       << actual.size() << " shapes where " << expected.size() << " were expected";
+        for (const auto& shape : actual) {
+            failure << "\ngenerated " << shape->description();
+        }
+        for (const auto& shape : expected) {
+            failure << "\nexpected " << shape->description();
+        }
+        return failure;
     }
     for (std::size_t i = 0; i < actual.size(); ++i) {
         auto result = sameShape(*actual[i], *expected[i]);

@@ -59,17 +59,27 @@ public:
     void setTuning(SStringedInstrumentTuningConstPtr tuning) { _tuning = std::move(tuning); }
     /// Per string (in the generator's string order) the ascending frets at which a chord note
     /// sounds.
-    const std::vector<std::vector<std::int16_t>>& stringFretLists() const noexcept {
+    /// Made on first request after generation.
+    const std::vector<std::vector<std::int16_t>>& stringFretLists() const {
+        buildFretLists();
         return _stringFretLists;
     }
     void setStringFretLists(std::vector<std::vector<std::int16_t>> lists) {
         _stringFretLists = std::move(lists);
+        _fretListsBuilt = true;
         _rawStringCount = 0;
     }
-    /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed.
-    const std::vector<TARVChordShapePtr>& shapeSet() const noexcept { return _shapeSet; }
+    /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed. The
+    /// shapes beyond the returned ones are built on first request.
+    const std::vector<TARVChordShapePtr>& shapeSet() const {
+        buildPendingShapes();
+        return _shapeSet;
+    }
     /// Replaces the working set; the shapes are taken as they are, without deduplication.
-    void setShapeSet(std::vector<TARVChordShapePtr> shapeSet) { _shapeSet = std::move(shapeSet); }
+    void setShapeSet(std::vector<TARVChordShapePtr> shapeSet) {
+        _shapeSet = std::move(shapeSet);
+        _pendingShapes.clear();
+    }
     std::unordered_map<std::string, std::uint64_t>& scoreDict() noexcept { return _scoreDict; }
 
     /// Whether `shape` is a playable voicing of the generator's chord in its tuning.
@@ -119,7 +129,8 @@ private:
         std::uint16_t noteBits;
         /// Lowest relative fret of a sounding string.
         std::uint8_t lowestFret;
-        /// Highest tuning string that sounds, and the note it sounds as a bit.
+        /// Highest tuning string that sounds plus one (0: none yet), and the note it sounds as
+        /// a bit.
         std::uint8_t highestString;
         std::uint16_t highestNoteBit;
         /// Lowest tuning string that is muted (the string count when none is).
@@ -133,7 +144,15 @@ private:
         std::array<std::uint8_t, 5> highestAt;
     };
 
-    /// Whether the working set may be built from the raw candidates (see prepareEnumeration).
+    /// A valid candidate whose shape is not built yet: its base fret and the fret of every tuning
+    /// string relative to it, four bits each (all set: muted), and its badness.
+    struct PendingShape {
+        std::uint64_t key;
+        std::uint64_t badness;
+        std::uint8_t stringCount;
+    };
+
+    /// Whether the working set is built from the raw candidates (see prepareEnumeration).
     bool enumeratesRawCandidates() const noexcept { return _rawStringCount != 0; }
     /// Sets up enumeration on raw candidates when the tuning allows it: a string order that is
     /// a permutation, at most 14 strings (so that a candidate fits one key) and fret numbers
@@ -147,6 +166,9 @@ private:
     bool isValidPrefix(const ChoicePrefix& prefix, TARVFretRange range) const noexcept;
     /// False when the key was inserted before.
     bool insertValidKey(std::uint64_t key);
+    static TARVChordShapePtr shapeForPendingShape(const PendingShape& pending);
+    void buildFretLists() const;
+    void buildPendingShapes() const;
 
     /// Adds a copy of `shape` to the working set unless an equal shape was met before or the
     /// shape is not valid.
@@ -166,8 +188,12 @@ private:
     std::optional<std::vector<TARVChordShapePtr>> _shapes;
     SChordPtr _chord;
     SStringedInstrumentTuningConstPtr _tuning;
-    std::vector<std::vector<std::int16_t>> _stringFretLists;
-    std::vector<TARVChordShapePtr> _shapeSet;
+    mutable std::vector<std::vector<std::int16_t>> _stringFretLists;
+    mutable bool _fretListsBuilt = false;
+    /// Null where a shape of `_pendingShapes` waits to be built.
+    mutable std::vector<TARVChordShapePtr> _shapeSet;
+    /// Parallel to `_shapeSet` while some of its shapes are not built; empty otherwise.
+    mutable std::vector<PendingShape> _pendingShapes;
     std::unordered_map<std::string, std::uint64_t> _scoreDict;
 
     bool _hasChord = false;
@@ -177,19 +203,23 @@ private:
     std::vector<std::uint8_t> _openValues;
 
     // Enumeration on raw candidates. `_rawStringCount` is 0 when the tuning needs the general
-    // path.
+    // path. Arrays are indexed by generator string.
+    static constexpr std::size_t kRawStrings = 14;
+    static constexpr std::size_t kPatternChoices = 6;
     std::uint32_t _rawStringCount = 0;
-    std::size_t _choiceStride = 0;
-    /// Per generator string: its tuning string, and the note bit of every entry of its fret list.
-    std::vector<std::uint8_t> _tuningString;
-    std::vector<std::vector<std::uint16_t>> _fretNoteBits;
-    /// Per generator string: the lowest tuning string muted above it in generator order.
-    std::vector<std::uint8_t> _lowestMutedAbove;
-    /// The choices of every string in the current range, `_choiceStride` apart.
-    std::vector<StringChoice> _choices;
-    std::vector<std::uint8_t> _choiceCounts;
-    std::vector<std::uint8_t> _chosen;
-    std::vector<ChoicePrefix> _prefixes;
+    std::array<std::uint8_t, kRawStrings> _tuningString{};
+    std::array<std::uint8_t, kRawStrings> _openPitchClass{};
+    /// The lowest tuning string muted above each generator string in generator order.
+    std::array<std::uint8_t, kRawStrings> _lowestMutedAbove{};
+    /// For a string whose range starts at pitch class p: its choices without (entry p) and with
+    /// (entry 12 + p) the muted choice first.
+    std::array<std::array<StringChoice, kPatternChoices>, 24> _patterns{};
+    std::array<std::uint8_t, 24> _patternCounts{};
+    /// The choices of every string in the current range.
+    std::array<const StringChoice*, kRawStrings> _choices{};
+    std::array<std::uint8_t, kRawStrings> _choiceCounts{};
+    std::array<std::uint8_t, kRawStrings> _chosen{};
+    std::array<ChoicePrefix, kRawStrings> _prefixes{};
     /// Keys of the valid candidates met so far (open addressing, all ones = free).
     std::vector<std::uint64_t> _validKeys;
     std::size_t _validKeyCount = 0;
@@ -198,7 +228,7 @@ private:
     // `_shapeSet`.
     std::vector<std::int32_t> _seenTable;
 
-    // Working storage of the general path, reused from one candidate to the next.
+    // Working storage, reused from one candidate to the next.
     std::vector<std::vector<std::int16_t>> _rangeFrets;
     std::vector<TARVFretIndicator> _candidate;
     std::vector<std::size_t> _choice;
