@@ -77,8 +77,8 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
         return {};
     }
     // The fret lists are made when they are asked for, or when the general path needs them.
-    _fretListsBuilt = false;
     _stringFretLists.clear();
+    _fretListsPending = true;
     prepareEnumeration();
     if (!enumeratesRawCandidates()) {
         buildFretLists();
@@ -115,7 +115,7 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
 }
 
 void TARVChordShapeGenerator::buildFretLists() const {
-    if (_fretListsBuilt || !_chord || !_tuning) {
+    if (!_fretListsPending || !_chord || !_tuning) {
         return;
     }
     const SStringedInstrumentTuning& tuning = *_tuning;
@@ -161,7 +161,7 @@ void TARVChordShapeGenerator::buildFretLists() const {
         lists = std::move(reordered);
     }
     _stringFretLists = std::move(lists);
-    _fretListsBuilt = true;
+    _fretListsPending = false;
 }
 
 TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {

@@ -59,14 +59,14 @@ public:
     void setTuning(SStringedInstrumentTuningConstPtr tuning) { _tuning = std::move(tuning); }
     /// Per string (in the generator's string order) the ascending frets at which a chord note
     /// sounds.
-    /// Made on first request after generation.
+    /// Made on first request after generation; empty when no generation ran.
     const std::vector<std::vector<std::int16_t>>& stringFretLists() const {
         buildFretLists();
         return _stringFretLists;
     }
     void setStringFretLists(std::vector<std::vector<std::int16_t>> lists) {
         _stringFretLists = std::move(lists);
-        _fretListsBuilt = true;
+        _fretListsPending = false;
         _rawStringCount = 0;
     }
     /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed. The
@@ -189,7 +189,8 @@ private:
     SChordPtr _chord;
     SStringedInstrumentTuningConstPtr _tuning;
     mutable std::vector<std::vector<std::int16_t>> _stringFretLists;
-    mutable bool _fretListsBuilt = false;
+    /// Generation ran and the fret lists are still to be made.
+    mutable bool _fretListsPending = false;
     /// Null where a shape of `_pendingShapes` waits to be built.
     mutable std::vector<TARVChordShapePtr> _shapeSet;
     /// Parallel to `_shapeSet` while some of its shapes are not built; empty otherwise.
