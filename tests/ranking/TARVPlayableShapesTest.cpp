@@ -1,0 +1,202 @@
+#include "tarv/ranking/TARVPlayableShapes.hpp"
+
+#include "tarv/ranking/TARVPlayabilityModel.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <sstream>
+
+namespace tarv {
+namespace {
+
+/// A tuning from open strings written lowest first, as players write them.
+SStringedInstrumentTuningConstPtr tuning(const std::string& text, std::uint8_t frets = 22,
+                                         std::uint8_t capo = 0) {
+    std::istringstream stream(text);
+    std::vector<SPitch> pitches;
+    for (std::string name; stream >> name;) {
+        pitches.insert(pitches.begin(), *SPitch::pitchWithString(name));
+    }
+    return SStringedInstrumentTuning::initWithPitches(pitches, frets, capo,
+                                                      TARVMakeSharedText("test"), "", std::nullopt);
+}
+
+std::string firstShape(const std::string& chord, const SStringedInstrumentTuningConstPtr& t) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString(chord), t);
+    return shapes.empty() ? std::string() : shapes.front().fretText();
+}
+
+const auto kGuitar = tuning("E2 A2 D3 G3 B3 E4");
+const auto kUkulele = tuning("G4 C4 E4 A4", 15);
+
+TEST(TARVPlayableShapes, BeginnersGuitarChordsComeFirst) {
+    const std::pair<const char*, const char*> expected[] = {
+        {"C", "x,3,2,0,1,0"}, {"G", "3,2,0,0,0,3"},  {"D", "x,x,0,2,3,2"},  {"A", "x,0,2,2,2,0"},
+        {"E", "0,2,2,1,0,0"}, {"Am", "x,0,2,2,1,0"}, {"Em", "0,2,2,0,0,0"}, {"Dm", "x,x,0,2,3,1"},
+        {"F", "1,3,3,2,1,1"}, {"Bm", "x,2,4,4,3,2"},
+    };
+    for (const auto& [chord, frets] : expected) {
+        EXPECT_EQ(firstShape(chord, kGuitar), frets) << chord;
+    }
+}
+
+TEST(TARVPlayableShapes, ReentrantUkuleleTakesTheLowestPitchAsTheBass) {
+    EXPECT_EQ(firstShape("C", kUkulele), "0,0,0,3");
+    EXPECT_EQ(firstShape("F", kUkulele), "2,0,1,0");
+    EXPECT_EQ(firstShape("Am", kUkulele), "2,0,0,0");
+    EXPECT_EQ(firstShape("G", kUkulele), "0,2,3,2");
+}
+
+TEST(TARVPlayableShapes, NoTranspositionAmongTheFirstFive) {
+    for (const char* chord : {"C", "G", "D", "A", "E", "Am", "Em", "Dm", "F", "Bm", "Eb", "C7",
+                              "Gmaj7", "F#m7b5", "Bb", "Db"}) {
+        const auto shapes =
+            TARVPlayableShapes::shapesForChord(SChord::chordWithString(chord), kGuitar);
+        ASSERT_GE(shapes.size(), 5U) << chord;
+        for (std::size_t i = 0; i < 5; ++i) {
+            for (std::size_t j = 0; j < i; ++j) {
+                EXPECT_FALSE(shapes[i].isTranspositionOf(shapes[j]))
+                    << chord << ": " << shapes[i].fretText() << " repeats " << shapes[j].fretText();
+            }
+        }
+    }
+}
+
+TEST(TARVPlayableShapes, FirstFiveSpreadOverTheNeck) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("G"), kGuitar);
+    std::set<int> positions;
+    for (std::size_t i = 0; i < 5 && i < shapes.size(); ++i) {
+        positions.insert(shapes[i].highestFret() <= 4 ? 0 : shapes[i].lowestFret() / 3);
+    }
+    EXPECT_GE(positions.size(), 2U);
+}
+
+TEST(TARVPlayableShapes, RankedBestFirstAfterTheDiverseFive) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("Am7"), kGuitar);
+    ASSERT_EQ(shapes.size(), 20U);
+    for (std::size_t i = 6; i < shapes.size(); ++i) {
+        EXPECT_LE(shapes[i - 1].score(), shapes[i].score());
+    }
+    TARVPlayableOptions few;
+    few.maximumShapes = 3;
+    EXPECT_EQ(
+        TARVPlayableShapes::shapesForChord(SChord::chordWithString("Am7"), kGuitar, few).size(),
+        3U);
+}
+
+TEST(TARVPlayableShapes, ScoreIsTheSumOfItsNamedTerms) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("D7"), kGuitar);
+    ASSERT_FALSE(shapes.empty());
+    for (const TARVPlayableShape& shape : shapes) {
+        double sum = 0;
+        std::set<std::string_view> names;
+        for (const auto& term : shape.terms()) {
+            sum += term.value * term.weight;
+            names.insert(term.name);
+        }
+        EXPECT_NEAR(sum, shape.score(), 1e-9);
+        EXPECT_EQ(names.size(), TARVPlayabilityModel::FeatureCount);
+    }
+}
+
+TEST(TARVPlayableShapes, AbsentChordOrTuningGivesNothing) {
+    EXPECT_TRUE(TARVPlayableShapes::shapesForChord(nullptr, kGuitar).empty());
+    EXPECT_TRUE(TARVPlayableShapes::shapesForChord(SChord::chordWithString("C"), nullptr).empty());
+    EXPECT_TRUE(
+        TARVPlayableShapes::shapesForChord(SChord::chordWithString("C"), tuning("", 22)).empty());
+    const std::vector<std::int8_t> frets{0, 1, 0, 2, 3, -1};
+    EXPECT_FALSE(TARVPlayableShapes::scoreFrets(frets, nullptr, kGuitar).has_value());
+}
+
+TEST(TARVPlayableShapes, CapoCountsFretsFromTheCapo) {
+    // Capo 2: the C shape sounds D.
+    EXPECT_EQ(firstShape("D", tuning("E2 A2 D3 G3 B3 E4", 22, 2)), "x,3,2,0,1,0");
+    // Nothing above the capo: only open strings.
+    const auto shapes = TARVPlayableShapes::allVoicings(SChord::chordWithString("Em"),
+                                                        tuning("E2 A2 D3 G3 B3 E4", 5, 5));
+    for (const TARVPlayableShape& shape : shapes) {
+        EXPECT_EQ(shape.highestFret(), 0) << shape.fretText();
+    }
+}
+
+TEST(TARVPlayableShapes, SlashChordsPutTheirBassLowest) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("C/E"), kGuitar);
+    ASSERT_FALSE(shapes.empty());
+    EXPECT_EQ(shapes.front().fretText(), "0,3,2,0,1,0");
+}
+
+TEST(TARVPlayableShapes, DroppedTonesOnlyWhenAllowed) {
+    const SChordPtr chord = SChord::chordWithString("C9");
+    TARVPlayableOptions strict;
+    strict.allowDroppedTones = false;
+    for (const auto& shape : TARVPlayableShapes::allVoicings(chord, kGuitar, strict)) {
+        EXPECT_EQ(shape.termValue("dropped"), 0) << shape.fretText();
+    }
+    bool anyDropped = false;
+    for (const auto& shape : TARVPlayableShapes::allVoicings(chord, kGuitar)) {
+        anyDropped = anyDropped || shape.termValue("dropped") > 0;
+    }
+    EXPECT_TRUE(anyDropped);
+}
+
+/// Every fret combination of a small neck, filtered by the rules alone, against the search.
+void expectExhaustive(const std::string& chordName, const SStringedInstrumentTuningConstPtr& t,
+                      const TARVPlayableOptions& options) {
+    const SChordPtr chord = SChord::chordWithString(chordName);
+    ASSERT_TRUE(chord);
+    std::set<std::vector<std::int8_t>> found;
+    for (const auto& shape : TARVPlayableShapes::allVoicings(chord, t, options)) {
+        EXPECT_TRUE(found.insert(shape.frets()).second) << "twice: " << shape.fretText();
+    }
+    const std::size_t strings = t->stringCount();
+    const int maxFret = t->fretCount() - t->capo();
+    std::vector<std::int8_t> frets(strings, -1);
+    std::size_t allowed = 0;
+    for (;;) {
+        if (TARVPlayableShapes::isAllowed(frets, chord, t, options)) {
+            ++allowed;
+            EXPECT_TRUE(found.count(frets) == 1) << chordName << ": the search missed "
+                                                 << TARVPlayableShape(frets, {}, {}).fretText();
+        }
+        std::size_t s = 0;
+        while (s < strings && frets[s] == maxFret) {
+            frets[s] = -1;
+            ++s;
+        }
+        if (s == strings) {
+            break;
+        }
+        ++frets[s];
+    }
+    EXPECT_EQ(allowed, found.size()) << chordName;
+}
+
+TEST(TARVPlayableShapesExhaustive, UkuleleAgainstEveryFretCombination) {
+    TARVPlayableOptions options;
+    for (const char* chord : {"C", "F", "G7", "Am", "Bb", "C9", "Edim7", "Gsus4"}) {
+        expectExhaustive(chord, tuning("G4 C4 E4 A4", 12), options);
+    }
+}
+
+TEST(TARVPlayableShapesExhaustive, GuitarNeckAgainstEveryFretCombination) {
+    TARVPlayableOptions options;
+    for (const char* chord : {"C", "F", "Am7", "D/F#"}) {
+        expectExhaustive(chord, tuning("E2 A2 D3 G3 B3 E4", 6), options);
+    }
+    options.allowThumb = true;
+    options.allowDroppedTones = false;
+    expectExhaustive("G7", tuning("E2 A2 D3 G3 B3 E4", 6), options);
+}
+
+TEST(TARVPlayableShapesExhaustive, FiveStringsWithCapoAgainstEveryFretCombination) {
+    TARVPlayableOptions options;
+    options.maximumSpan = 3;
+    for (const char* chord : {"E", "A7", "Bm"}) {
+        expectExhaustive(chord, tuning("G4 C5 E4 A4 E5", 10, 2), options);
+    }
+}
+
+} // namespace
+} // namespace tarv
