@@ -1244,3 +1244,78 @@ TEST(TarvguitarBuildCache, BadInputExitsTwo) {
 }
 
 } // namespace
+
+namespace {
+
+std::string firstFrets(const std::vector<std::string>& arguments) {
+    const RunResult result = runTool(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const json shapes = onlyJson(result)["shapes"];
+    return shapes.empty() ? std::string() : shapes.front()["frets"].get<std::string>();
+}
+
+} // namespace
+
+TEST(TarvguitarPlayable, UkuleleFirstShapesAreTheOnesPlayersLearnFirst) {
+    const std::pair<const char*, const char*> expected[] = {
+        {"C", "0,0,0,3"}, {"F", "2,0,1,0"}, {"Am", "2,0,0,0"}, {"G", "0,2,3,2"}};
+    for (const auto& [chord, frets] : expected) {
+        EXPECT_EQ(firstFrets({"shapes", chord, "--tuning", "G4 C4 E4 A4", "--format", "json"}),
+                  frets)
+            << chord;
+        EXPECT_EQ(firstFrets({"shapes", chord, "--instrument", "Ukulele", "--format", "json"}),
+                  frets)
+            << chord;
+    }
+}
+
+TEST(TarvguitarPlayable, GuitarFirstShapesAreTheBeginnersBookOnes) {
+    const std::pair<const char*, const char*> expected[] = {
+        {"C", "x,3,2,0,1,0"}, {"G", "3,2,0,0,0,3"},  {"D", "x,x,0,2,3,2"},  {"A", "x,0,2,2,2,0"},
+        {"E", "0,2,2,1,0,0"}, {"Am", "x,0,2,2,1,0"}, {"Em", "0,2,2,0,0,0"}, {"Dm", "x,x,0,2,3,1"},
+        {"F", "1,3,3,2,1,1"}, {"Bm", "x,2,4,4,3,2"}};
+    for (const auto& [chord, frets] : expected) {
+        EXPECT_EQ(firstFrets({"shapes", chord, "--format", "json"}), frets) << chord;
+    }
+}
+
+TEST(TarvguitarPlayable, ShapesShowRankAndScoreNeverBadnessZero) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"shapes", "C", "--limit", "3"},
+          std::vector<std::string>{"shapes", "C", "--rank", "spec", "--limit", "3"}}) {
+        const RunResult result = runTool(arguments);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_NE(result.out.find("rank 1, score "), std::string::npos) << result.out;
+        EXPECT_EQ(result.out.find("badness 0"), std::string::npos) << result.out;
+    }
+}
+
+TEST(TarvguitarPlayable, ExplainListsTheTermsOfEachScore) {
+    const RunResult result = runTool({"shapes", "C", "--limit", "2", "--explain"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("  1. x,3,2,0,1,0  rank 1, score "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("fingers -,3,2,-,1,-"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("familiarForm "), std::string::npos) << result.out;
+}
+
+TEST(TarvguitarPlayable, AnyTuningIsRankedWithoutAShippedFile) {
+    EXPECT_EQ(
+        firstFrets({"shapes", "D", "--tuning", "D2 A2 D3 G3 A3 D4", "--format", "json"}).empty(),
+        false);
+    const json shapes = onlyJson(runTool(
+        {"shapes", "C13", "--tuning", "B1 E2 A2 D3 G3 B3 E4 A4", "--format", "json"}))["shapes"];
+    EXPECT_FALSE(shapes.empty());
+    EXPECT_LE(shapes.size(), 20U);
+}
+
+TEST(TarvguitarPlayable, SpecRankingAnswersThroughTheCacheAndUncachedThroughTheGenerator) {
+    const json spec =
+        onlyJson(runTool({"shapes", "G", "--rank", "spec", "--format", "json"}))["shapes"];
+    const json uncached =
+        onlyJson(runTool({"shapes", "G", "--uncached", "--format", "json"}))["shapes"];
+    ASSERT_FALSE(spec.empty());
+    ASSERT_FALSE(uncached.empty());
+    EXPECT_EQ(spec.front()["badness"], 0);
+    EXPECT_GT(uncached.back()["badness"].get<std::uint64_t>(), 0U);
+    EXPECT_LE(uncached.size(), 20U);
+}

@@ -21,7 +21,8 @@ std::string rankSummary(const TARVPlayableShape& shape, std::size_t rank) {
     if (!shape.terms().empty()) {
         text += ", score " + decimal(shape.score());
     }
-    if (shape.badness()) {
+    // Shapes read from the cache's files all carry badness 0, which tells a player nothing.
+    if (shape.badness() && *shape.badness() > 0) {
         text += ", badness " + std::to_string(*shape.badness());
     }
     return text;
