@@ -751,11 +751,11 @@ TEST(TarvguitarErrors, TuningOfMoreThan255StringsExitsTwo) {
     expectOneErrorLineNaming(runTool({"shapes", "C", "--tuning", repeatedPitches(256)}), "256");
 }
 
-TEST(TarvguitarErrors, TuningOf255StringsIsAccepted) {
+TEST(TarvguitarErrors, TuningOfSixteenStringsIsAccepted) {
     const RunResult result = runTool(
-        {"notation", repeatedFrets(255), "--tuning", repeatedPitches(255), "--format", "json"});
+        {"notation", repeatedFrets(16), "--tuning", repeatedPitches(16), "--format", "json"});
     const json object = onlyJson(result);
-    EXPECT_EQ(object["tuning"]["pitches"].size(), 255U);
+    EXPECT_EQ(object["tuning"]["pitches"].size(), 16U);
 }
 
 TEST(TarvguitarErrors, FretCountOutside0To255ExitsTwo) {
@@ -1318,4 +1318,29 @@ TEST(TarvguitarPlayable, SpecRankingAnswersThroughTheCacheAndUncachedThroughTheG
     EXPECT_EQ(spec.front()["badness"], 0);
     EXPECT_GT(uncached.back()["badness"].get<std::uint64_t>(), 0U);
     EXPECT_LE(uncached.size(), 20U);
+}
+
+TEST(TarvguitarErrors, LowerCaseRootIsRefusedWithASuggestion) {
+    const RunResult result = runTool({"shapes", "am7"});
+    expectOneErrorLineNaming(result, "\"am7\"");
+    EXPECT_NE(result.err.find("did you mean \"Am7\"?"), std::string::npos) << result.err;
+}
+
+TEST(TarvguitarErrors, LimitMustBeAPositiveNumber) {
+    for (const char* limit : {"-3", "1001", "many"}) {
+        const RunResult result = runTool({"shapes", "C", "--limit", limit});
+        EXPECT_EQ(result.exitCode, 2) << limit;
+        EXPECT_TRUE(result.out.empty()) << limit;
+        EXPECT_NE(result.err.find("--limit"), std::string::npos) << result.err;
+    }
+}
+
+TEST(TarvguitarErrors, TuningsOfMoreStringsThanTheToolHandlesAreRefused) {
+    std::string pitches;
+    for (int i = 0; i < 17; ++i) {
+        pitches += (i == 0 ? "" : " ") + std::string("E2");
+    }
+    const RunResult result = runTool({"shapes", "C", "--tuning", pitches});
+    expectOneErrorLineNaming(result, "17 strings; the tool handles at most 16");
+    EXPECT_EQ(result.exitCode, 2);
 }

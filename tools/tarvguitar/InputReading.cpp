@@ -103,10 +103,10 @@ SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request) {
     if (pitchTexts.empty()) {
         throw InputError("tuning " + quoted(*request.pitches) + " has no strings");
     }
-    if (pitchTexts.size() > kMaximumStringCount) {
+    if (pitchTexts.size() > kMaximumTuningStrings) {
         throw InputError("tuning " + quoted(*request.pitches) + " has " +
-                         std::to_string(pitchTexts.size()) +
-                         " strings; an instrument has at most 255");
+                         std::to_string(pitchTexts.size()) + " strings; the tool handles at most " +
+                         std::to_string(kMaximumTuningStrings));
     }
     // Given lowest string first; string 0 is the highest.
     std::vector<SPitch> pitches;

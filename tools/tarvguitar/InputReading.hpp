@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 
 #include <cstdint>
@@ -9,6 +11,10 @@
 #include <string_view>
 
 namespace tarv::tool {
+
+/// The most strings a tuning of the tool may have: search and generation grow steeply with the
+/// strings, and the longest courses in use (12-string guitars) stay well below it.
+inline constexpr std::size_t kMaximumTuningStrings = 16;
 
 /// Input that the tool cannot read. The message names the input and says what is wrong with it.
 class InputError : public std::runtime_error {

@@ -17,7 +17,6 @@ namespace {
 constexpr std::int64_t kMaximumByte = 255;
 constexpr std::int64_t kLowestOctave = -128;
 constexpr std::int64_t kHighestOctave = 127;
-constexpr std::size_t kMaximumStringCount = 255;
 
 std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
@@ -104,9 +103,10 @@ void checkConvertible(const StringedInstrumentTuningDescriptor& tuning,
     if (tuning.notes().empty()) {
         throw InputError(where + " has no strings");
     }
-    if (tuning.notes().size() > kMaximumStringCount) {
+    if (tuning.notes().size() > kMaximumTuningStrings) {
         throw InputError(where + " has " + std::to_string(tuning.notes().size()) +
-                         " strings; an instrument has at most 255");
+                         " strings; the tool handles at most " +
+                         std::to_string(kMaximumTuningStrings));
     }
     for (const PitchDescriptor& note : tuning.notes()) {
         if (!SNote::initWithString(note.noteName())) {

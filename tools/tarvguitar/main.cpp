@@ -200,12 +200,13 @@ void forEachSymbol(const std::vector<std::string>& arguments,
 std::shared_ptr<const SChord> readChord(std::string_view symbol) {
     std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
     if (!chord) {
-        report("cannot read the chord symbol \"" + std::string(symbol) + "\"");
+        const std::optional<std::string> suggestion = SChord::suggestionForString(symbol);
+        report("cannot read the chord symbol \"" + std::string(symbol) + "\"" +
+               (suggestion ? " (did you mean \"" + *suggestion + "\"?)" : std::string()));
     }
     return chord;
 }
 
-/// How the `shapes` command obtains shapes.
 /// The shape of a fret text with its fingering (no chord is named, so it has no score).
 TARVPlayableShape shapeForFretText(const FretText& text) {
     const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text.notation);
@@ -225,6 +226,7 @@ struct ShapesCommand {
     bool force = false;
     std::size_t limit = 0;
     CLI::Option* limitOption = nullptr;
+    static constexpr std::size_t kMaximumLimit = 1000;
     std::string format = "text";
     bool ascii = false;
 
@@ -609,9 +611,12 @@ int main(int argc, char** argv) {
                    "Generate the shapes even when the shape cache holds the chord, and merge "
                    "them into it")
         ->excludes(uncachedOption);
-    shapes.limitOption =
-        shapesCommand->add_option("--limit", shapes.limit, "Show at most this many shapes a chord")
-            ->type_name("N");
+    shapes.limitOption = shapesCommand
+                             ->add_option("--limit", shapes.limit,
+                                          "Show at most this many shapes a chord (0 to " +
+                                              std::to_string(ShapesCommand::kMaximumLimit) + ")")
+                             ->check(CLI::Range(std::size_t{0}, ShapesCommand::kMaximumLimit))
+                             ->type_name("N");
     addFormatOptions(*shapesCommand, shapes.format, &shapes.ascii, {"text", "json", "svg"});
 
     NotationCommand notation;
