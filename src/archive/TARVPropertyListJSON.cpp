@@ -1,5 +1,7 @@
 #include "tarv/archive/TARVPropertyListJSON.hpp"
 
+#include "TARVPropertyListText.hpp"
+
 #include <nlohmann/json.hpp>
 #include <plist/plist.h>
 
@@ -90,6 +92,8 @@ json jsonFromNode(plist_t node) {
         plist_dict_iter iterator = nullptr;
         plist_dict_new_iter(node, &iterator);
         for (;;) {
+            // Keys holding a NUL character, which libplist's iterator stops the process on, are
+            // refused before the tree is read.
             char* key = nullptr;
             plist_t item = nullptr;
             plist_dict_next_item(node, iterator, &key, &item);
@@ -128,8 +132,15 @@ json TARVJSONWithPropertyListData(std::string_view data) {
     if (data.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::invalid_argument("property list: too large to read");
     }
+    // The tree is walked recursively, so nesting is bounded as the other readers bound it.
+    constexpr std::size_t kMaxNesting = 128;
+    std::string error;
+    const auto readable = TARVReadablePropertyList(data, kMaxNesting, error);
+    if (!readable) {
+        throw std::invalid_argument("property list: " + error);
+    }
     plist_t root = nullptr;
-    plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);
+    plist_from_memory(readable->data(), static_cast<std::uint32_t>(readable->size()), &root);
     const PlistHolder holder(root);
     if (root == nullptr) {
         throw std::invalid_argument("property list: the data is not a property list");
