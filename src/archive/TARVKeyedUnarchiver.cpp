@@ -581,10 +581,11 @@ std::optional<std::string> TARVKeyedUnarchiver::_decodeTextAt(std::uint64_t refe
 
 std::optional<std::string> TARVKeyedUnarchiver::checkedText(std::optional<std::string> text,
                                                             std::uint64_t reference) {
-    // The archiver writes only UTF-8; a text that is not, from a damaged or forged archive,
-    // would be cut or make output impossible later on.
-    if (text && !TARVIsValidUTF8(*text)) {
-        _impl->fail("Object " + std::to_string(reference) + " is a text that is not UTF-8.");
+    // The archiver writes only UTF-8 without NUL characters; a text that is not, from a damaged
+    // or forged archive, would be cut or make output impossible later on.
+    if (text && (!TARVIsValidUTF8(*text) || text->find('\0') != std::string::npos)) {
+        _impl->fail("Object " + std::to_string(reference) +
+                    " is a text that is not UTF-8 or holds a NUL character.");
         return std::nullopt;
     }
     return text;

@@ -1,6 +1,7 @@
 #include "tarv/archive/TARVPropertyListJSON.hpp"
 
 #include "TARVPropertyListText.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 
 #include <nlohmann/json.hpp>
 #include <plist/plist.h>
@@ -59,6 +60,15 @@ std::string dateText(plist_t node) {
     return text + "Z";
 }
 
+/// JSON holds only UTF-8 text; a property list text that is not (raw bytes in XML) is refused
+/// here rather than left to fail when the JSON is written.
+std::string checkedText(std::string text) {
+    if (!TARVIsValidUTF8(text)) {
+        throw std::invalid_argument("property list: a text is not UTF-8");
+    }
+    return text;
+}
+
 json jsonFromNode(plist_t node) {
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
@@ -77,7 +87,7 @@ json jsonFromNode(plist_t node) {
     case PLIST_KEY: {
         std::uint64_t length = 0;
         const char* text = plist_get_string_ptr(node, &length);
-        return json(std::string(text, static_cast<std::size_t>(length)));
+        return json(checkedText(std::string(text, static_cast<std::size_t>(length))));
     }
     case PLIST_ARRAY: {
         json array = json::array();
@@ -102,7 +112,7 @@ json jsonFromNode(plist_t node) {
             }
             std::string name = key;
             std::free(key);
-            object[std::move(name)] = jsonFromNode(item);
+            object[checkedText(std::move(name))] = jsonFromNode(item);
         }
         std::free(iterator);
         return object;

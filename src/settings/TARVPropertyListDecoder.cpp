@@ -1,6 +1,7 @@
 #include "tarv/settings/TARVPropertyListDecoder.hpp"
 
 #include "archive/TARVPropertyListText.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 
 #include <plist/plist.h>
 
@@ -54,7 +55,11 @@ std::string stringValue(plist_t node, const TARVCodingPath& path) {
     }
     std::uint64_t length = 0;
     const char* text = plist_get_string_ptr(node, &length);
-    return std::string(text, static_cast<std::size_t>(length));
+    std::string value(text, static_cast<std::size_t>(length));
+    if (!TARVIsValidUTF8(value)) {
+        throw TARVSettingsDecodingError::dataCorrupted(path, "the string is not UTF-8");
+    }
+    return value;
 }
 
 std::int64_t int64Value(plist_t node, const TARVCodingPath& path) {

@@ -145,6 +145,35 @@ TEST(TARVPropertyListRobustness, ArchiverRefusesTextThatIsNotUTF8) {
     EXPECT_EQ(*back, text);
 }
 
+TEST(TARVPropertyListRobustness, TextThatIsNotUTF8IsRefusedByTheJSONReading) {
+    EXPECT_THROW((void)TARVJSONWithPropertyListData(
+                     xmlPlist("<dict><key>name</key><string>Hal\x91</string></dict>")),
+                 std::invalid_argument);
+    EXPECT_THROW((void)TARVJSONWithPropertyListData(
+                     xmlPlist("<dict><key>n\xC3</key><string>Hal</string></dict>")),
+                 std::invalid_argument);
+}
+
+TEST(TARVPropertyListRobustness, UnarchiverRefusesTextThatIsNotUTF8OrHoldsNUL) {
+    const auto xmlArchive = [](const std::string& text) {
+        const std::string xml =
+            xmlPlist("<dict><key>$archiver</key><string>NSKeyedArchiver</string><key>$version</key>"
+                     "<integer>100000</integer><key>$top</key><dict><key>root</key><dict>"
+                     "<key>CF$UID</key><integer>1</integer></dict></dict><key>$objects</key><array>"
+                     "<string>$null</string><string>" +
+                     text + "</string></array></dict>");
+        return std::vector<std::uint8_t>(xml.begin(), xml.end());
+    };
+    ASSERT_TRUE(TARVKeyedUnarchiver::unarchivedObjectOfClass<std::string>(xmlArchive("Hal")));
+    for (const std::string& text : {std::string("Hal\x91"), std::string("\xC3")}) {
+        std::string error;
+        EXPECT_FALSE(
+            TARVKeyedUnarchiver::unarchivedObjectOfClass<std::string>(xmlArchive(text), &error))
+            << text;
+        EXPECT_NE(error.find("UTF-8"), std::string::npos) << error;
+    }
+}
+
 TEST(TARVPropertyListRobustness, UTF8Validation) {
     EXPECT_TRUE(TARVIsValidUTF8(""));
     EXPECT_TRUE(TARVIsValidUTF8("plain"));

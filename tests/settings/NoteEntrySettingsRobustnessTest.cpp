@@ -92,6 +92,12 @@ TEST(NoteEntrySettingsRobustness, XMLWithAByteOrderMarkOrInUTF16Decodes) {
     }
 }
 
+TEST(NoteEntrySettingsRobustness, StringThatIsNotUTF8IsDataCorrupted) {
+    std::string text = settingsWith("<integer>20</integer>", "<integer>2</integer>");
+    text.replace(text.find("Bass"), 4, "Ba\x91s");
+    EXPECT_EQ(decodingErrorKind(text), Kind::dataCorrupted);
+}
+
 TEST(NoteEntrySettingsRobustness, FifoIsRefusedWithoutWaiting) {
     const auto fifo = std::filesystem::temp_directory_path() /
                       ("tarv-settings-fifo-" + std::to_string(::getpid()));
