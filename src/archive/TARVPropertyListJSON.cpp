@@ -101,6 +101,8 @@ json jsonFromNode(plist_t node) {
         json object = json::object();
         plist_dict_iter iterator = nullptr;
         plist_dict_new_iter(node, &iterator);
+        // Freed also when reading a value throws.
+        const std::unique_ptr<void, decltype(&std::free)> iteratorHolder(iterator, &std::free);
         for (;;) {
             // Keys holding a NUL character, which libplist's iterator stops the process on, are
             // refused before the tree is read.
@@ -114,7 +116,6 @@ json jsonFromNode(plist_t node) {
             std::free(key);
             object[checkedText(std::move(name))] = jsonFromNode(item);
         }
-        std::free(iterator);
         return object;
     }
     case PLIST_DATE:
