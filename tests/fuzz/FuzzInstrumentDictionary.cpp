@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         dictionary =
             (data[0] & 1) ? TARVJSONWithPropertyListData(text) : nlohmann::json::parse(text);
-    } catch (const nlohmann::json::parse_error&) {
+    } catch (const nlohmann::json::exception&) {
+        // Not JSON, or a number beyond what JSON numbers hold here.
         return 0;
     } catch (const std::invalid_argument&) {
         return 0;
