@@ -1,4 +1,5 @@
 #include "tarv/archive/TARVKeyedArchiver.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 
 #include "TARVKeyedArchiveKeys.hpp"
 
@@ -103,6 +104,9 @@ struct TARVKeyedArchiver::Impl {
         return stack.empty() ? top : stack.back().dict;
     }
     void set(std::string_view key, plist_t node) {
+        if (key.find('\0') != std::string_view::npos || !TARVIsValidUTF8(key)) {
+            fail("A key with a NUL character or that is not UTF-8 cannot be archived.");
+        }
         plist_t dict = current();
         if (dict == nullptr) {
             plist_free(node);
@@ -277,6 +281,11 @@ std::uint64_t TARVKeyedArchiver::_encodeText(std::string_view text) {
     }
     if (key.find('\0') != std::string::npos) {
         _impl->fail("A text with a NUL character cannot be archived.");
+    }
+    // Property lists hold Unicode text; bytes that are not UTF-8 would be cut or refused on
+    // reading.
+    if (!TARVIsValidUTF8(key)) {
+        _impl->fail("A text that is not UTF-8 cannot be archived.");
     }
     const std::uint64_t reference = _impl->append(plist_new_string(key.c_str()));
     _impl->texts.emplace(std::move(key), reference);

@@ -1,6 +1,8 @@
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
 
 #include "TARVPropertyListNesting.hpp"
+#include "TARVPropertyListText.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 
 #include "TARVKeyedArchiveKeys.hpp"
 
@@ -236,15 +238,17 @@ void TARVKeyedUnarchiver::Impl::open(std::span<const std::uint8_t> data) {
         fail("The data is too large to be a keyed archive.");
         return;
     }
-    const char* bytes = reinterpret_cast<const char*>(data.data());
-    const auto length = static_cast<std::uint32_t>(data.size());
-    const bool binary = plist_is_binary(bytes, length) != 0;
-    if (binary ? TARVBinaryPropertyListNestsDeeperThan(data, kMaxPropertyListNesting)
-               : TARVXMLPropertyListNestsDeeperThan(data, kMaxPropertyListNesting)) {
-        fail("The property list nests deeper than " + std::to_string(kMaxPropertyListNesting) +
-             " levels; it is no keyed archive.");
+    std::string refusal;
+    const auto readable = TARVReadablePropertyList(
+        std::string_view(reinterpret_cast<const char*>(data.data()), data.size()),
+        kMaxPropertyListNesting, refusal);
+    if (!readable) {
+        fail("The property list cannot be read: " + refusal + "; it is no keyed archive.");
         return;
     }
+    const char* bytes = readable->data();
+    const auto length = static_cast<std::uint32_t>(readable->size());
+    const bool binary = plist_is_binary(bytes, length) != 0;
     if (binary) {
         plist_from_bin(bytes, length, &root);
     } else {
@@ -555,7 +559,7 @@ std::optional<std::string> TARVKeyedUnarchiver::_decodeTextAt(std::uint64_t refe
             return std::nullopt;
         }
         if (plist_get_node_type(node) == PLIST_STRING) {
-            return textOf(node);
+            return checkedText(textOf(node), reference);
         }
     }
     if (plist_get_node_type(node) != PLIST_DICT) {
@@ -571,6 +575,18 @@ std::optional<std::string> TARVKeyedUnarchiver::_decodeTextAt(std::uint64_t refe
     _endObject();
     if (!text) {
         _impl->fail("Object " + std::to_string(reference) + " holds no \"NS.string\" text.");
+    }
+    return checkedText(std::move(text), reference);
+}
+
+std::optional<std::string> TARVKeyedUnarchiver::checkedText(std::optional<std::string> text,
+                                                            std::uint64_t reference) {
+    // The archiver writes only UTF-8 without NUL characters; a text that is not, from a damaged
+    // or forged archive, would be cut or make output impossible later on.
+    if (text && (!TARVIsValidUTF8(*text) || text->find('\0') != std::string::npos)) {
+        _impl->fail("Object " + std::to_string(reference) +
+                    " is a text that is not UTF-8 or holds a NUL character.");
+        return std::nullopt;
     }
     return text;
 }

@@ -1,5 +1,8 @@
 #include "tarv/archive/TARVPropertyListJSON.hpp"
 
+#include "TARVPropertyListText.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
+
 #include <nlohmann/json.hpp>
 #include <plist/plist.h>
 
@@ -57,6 +60,15 @@ std::string dateText(plist_t node) {
     return text + "Z";
 }
 
+/// JSON holds only UTF-8 text; a property list text that is not (raw bytes in XML) is refused
+/// here rather than left to fail when the JSON is written.
+std::string checkedText(std::string text) {
+    if (!TARVIsValidUTF8(text)) {
+        throw std::invalid_argument("property list: a text is not UTF-8");
+    }
+    return text;
+}
+
 json jsonFromNode(plist_t node) {
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
@@ -75,7 +87,7 @@ json jsonFromNode(plist_t node) {
     case PLIST_KEY: {
         std::uint64_t length = 0;
         const char* text = plist_get_string_ptr(node, &length);
-        return json(std::string(text, static_cast<std::size_t>(length)));
+        return json(checkedText(std::string(text, static_cast<std::size_t>(length))));
     }
     case PLIST_ARRAY: {
         json array = json::array();
@@ -89,7 +101,11 @@ json jsonFromNode(plist_t node) {
         json object = json::object();
         plist_dict_iter iterator = nullptr;
         plist_dict_new_iter(node, &iterator);
+        // Freed also when reading a value throws.
+        const std::unique_ptr<void, decltype(&std::free)> iteratorHolder(iterator, &std::free);
         for (;;) {
+            // Keys holding a NUL character, which libplist's iterator stops the process on, are
+            // refused before the tree is read.
             char* key = nullptr;
             plist_t item = nullptr;
             plist_dict_next_item(node, iterator, &key, &item);
@@ -98,9 +114,8 @@ json jsonFromNode(plist_t node) {
             }
             std::string name = key;
             std::free(key);
-            object[std::move(name)] = jsonFromNode(item);
+            object[checkedText(std::move(name))] = jsonFromNode(item);
         }
-        std::free(iterator);
         return object;
     }
     case PLIST_DATE:
@@ -128,8 +143,15 @@ json TARVJSONWithPropertyListData(std::string_view data) {
     if (data.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw std::invalid_argument("property list: too large to read");
     }
+    // The tree is walked recursively, so nesting is bounded as the other readers bound it.
+    constexpr std::size_t kMaxNesting = 128;
+    std::string error;
+    const auto readable = TARVReadablePropertyList(data, kMaxNesting, error);
+    if (!readable) {
+        throw std::invalid_argument("property list: " + error);
+    }
     plist_t root = nullptr;
-    plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);
+    plist_from_memory(readable->data(), static_cast<std::uint32_t>(readable->size()), &root);
     const PlistHolder holder(root);
     if (root == nullptr) {
         throw std::invalid_argument("property list: the data is not a property list");

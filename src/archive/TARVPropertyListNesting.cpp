@@ -35,33 +35,47 @@ struct BinaryLayout {
         return bigEndian(data, offsetTable + object * offsetSize, offsetSize);
     }
 
-    // The objects a container refers to; none for other objects or what cannot be read.
-    std::vector<std::uint64_t> childrenOf(std::uint64_t object) const {
+    struct Header {
+        std::uint8_t type;
+        std::uint64_t count;
+        std::uint64_t position;
+    };
+    /// The type, the count and where the contents start, of an object; nothing when it cannot
+    /// be read.
+    std::optional<Header> headerOf(std::uint64_t object) const {
         const auto offset = offsetOf(object);
         if (!offset || *offset >= data.size()) {
-            return {};
+            return std::nullopt;
         }
         const std::uint8_t marker = data[static_cast<std::size_t>(*offset)];
         const std::uint8_t type = marker >> 4;
-        if (type != 0xA && type != 0xC && type != 0xD) {
-            return {};
-        }
         std::uint64_t count = marker & 0x0F;
         std::uint64_t position = *offset + 1;
         if (count == 0x0F) {
             if (position >= data.size() || (data[static_cast<std::size_t>(position)] >> 4) != 0x1) {
-                return {};
+                return std::nullopt;
             }
             const std::uint64_t size = std::uint64_t{1}
                                        << (data[static_cast<std::size_t>(position)] & 0x0F);
             const auto value = bigEndian(data, position + 1, size);
             if (!value) {
-                return {};
+                return std::nullopt;
             }
             count = *value;
             position += 1 + size;
         }
-        if (type == 0xD) {
+        return Header{type, count, position};
+    }
+
+    // The objects a container refers to; none for other objects or what cannot be read.
+    std::vector<std::uint64_t> childrenOf(std::uint64_t object) const {
+        const auto header = headerOf(object);
+        if (!header || (header->type != 0xA && header->type != 0xC && header->type != 0xD)) {
+            return {};
+        }
+        std::uint64_t count = header->count;
+        const std::uint64_t position = header->position;
+        if (header->type == 0xD) {
             count *= 2;
         }
         if (count > data.size() ||
@@ -78,25 +92,81 @@ struct BinaryLayout {
         }
         return children;
     }
+
+    /// Whether a text object holds a NUL character (a zero byte of an ASCII or UTF-8 text, a
+    /// zero unit of a UTF-16 text).
+    bool textHoldsNUL(std::uint64_t object) const {
+        const auto header = headerOf(object);
+        if (!header || (header->type != 0x5 && header->type != 0x6 && header->type != 0x7)) {
+            return false;
+        }
+        const std::uint64_t unit = header->type == 0x6 ? 2 : 1;
+        if (header->position > data.size() || header->count > data.size() ||
+            header->count * unit > data.size() - header->position) {
+            return false;
+        }
+        for (std::uint64_t i = 0; i < header->count; ++i) {
+            const auto at = static_cast<std::size_t>(header->position + i * unit);
+            if (data[at] == 0 && (unit == 1 || data[at + 1] == 0)) {
+                return true;
+            }
+        }
+        return false;
+    }
 };
 
-} // namespace
-
-bool TARVBinaryPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit) {
+std::optional<BinaryLayout> layoutOf(std::span<const std::uint8_t> data, std::uint64_t& top) {
     if (data.size() < kHeaderSize + kTrailerSize) {
-        return false;
+        return std::nullopt;
     }
     const std::uint64_t trailer = data.size() - kTrailerSize;
     const BinaryLayout layout{data, data[static_cast<std::size_t>(trailer + 6)],
                               data[static_cast<std::size_t>(trailer + 7)],
                               bigEndian(data, trailer + 8, 8).value_or(0),
                               bigEndian(data, trailer + 24, 8).value_or(0)};
-    const std::uint64_t top = bigEndian(data, trailer + 16, 8).value_or(0);
+    top = bigEndian(data, trailer + 16, 8).value_or(0);
     if (layout.offsetSize == 0 || layout.offsetSize > 8 || layout.referenceSize == 0 ||
         layout.referenceSize > 8 || layout.objectCount == 0 || layout.objectCount > data.size() ||
         top >= layout.objectCount) {
+        return std::nullopt;
+    }
+    return layout;
+}
+
+} // namespace
+
+bool TARVBinaryPropertyListHasKeyWithNUL(std::span<const std::uint8_t> data) {
+    std::uint64_t top = 0;
+    const auto layout = layoutOf(data, top);
+    if (!layout) {
         return false;
     }
+    for (std::uint64_t object = 0; object < layout->objectCount; ++object) {
+        const auto header = layout->headerOf(object);
+        if (!header || header->type != 0xD) {
+            continue;
+        }
+        const auto children = layout->childrenOf(object);
+        if (children.size() != header->count * 2) {
+            continue; // damaged: the reader refuses it on its own
+        }
+        // The keys come first, then the values.
+        for (std::size_t i = 0; i < children.size() / 2; ++i) {
+            if (layout->textHoldsNUL(children[i])) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool TARVBinaryPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit) {
+    std::uint64_t top = 0;
+    const auto found = layoutOf(data, top);
+    if (!found) {
+        return false;
+    }
+    const BinaryLayout& layout = *found;
 
     // Depth-first over the containers without recursion; the depth of each container is kept
     // once known, so shared ones are walked once. The stack holds the containers of the path.

@@ -11,6 +11,10 @@ namespace tarv {
 /// follow answers false: the property list reader refuses it on its own.
 bool TARVBinaryPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit);
 
+/// True when a dictionary of a binary property list has a key holding a NUL character, which
+/// libplist's reader keeps but cannot hand out. A structure too damaged to follow answers false.
+bool TARVBinaryPropertyListHasKeyWithNUL(std::span<const std::uint8_t> data);
+
 /// True when the `<array>` and `<dict>` elements of an XML property list nest deeper than
 /// `limit`. Comments, processing instructions, the document type and CDATA sections are skipped.
 bool TARVXMLPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit);

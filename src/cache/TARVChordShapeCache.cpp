@@ -21,44 +21,101 @@ namespace tarv {
 namespace {
 
 constexpr const char* kCuratedShapesFile = "curatedshapes.json";
+/// The most that the curated file, a per-tuning file or the text it expands to may hold: far
+/// above the real files (the largest expands to a few megabytes), and low enough that a
+/// compressed bomb is refused before it takes the machine's memory.
+constexpr std::size_t kMaximumShapeFileSize = std::size_t{64} << 20;
 
 using ParsedEntries = std::vector<std::pair<std::string, std::vector<TARVChordShapePtr>>>;
 
-std::optional<std::string> readFile(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
+/// The whole of a regular file no larger than `maximumSize`; nothing for anything else (a missing
+/// or unreadable file, a folder, a FIFO that would block, a device) or when memory runs out.
+std::optional<std::string> readFile(const std::filesystem::path& path, std::size_t maximumSize) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error)) {
         return std::nullopt;
     }
-    std::string contents((std::istreambuf_iterator<char>(stream)),
-                         std::istreambuf_iterator<char>());
-    if (stream.bad()) {
+    try {
+        std::ifstream stream(path, std::ios::binary);
+        if (!stream) {
+            return std::nullopt;
+        }
+        std::string contents;
+        char buffer[65536];
+        while (stream.read(buffer, sizeof buffer) || stream.gcount() > 0) {
+            if (contents.size() + static_cast<std::size_t>(stream.gcount()) > maximumSize) {
+                return std::nullopt;
+            }
+            contents.append(buffer, static_cast<std::size_t>(stream.gcount()));
+        }
+        if (stream.bad()) {
+            return std::nullopt;
+        }
+        return contents;
+    } catch (const std::exception&) {
         return std::nullopt;
     }
-    return contents;
 }
 
 std::string fileURL(const std::string& path) {
     return "file://" + std::filesystem::absolute(path).lexically_normal().string();
 }
 
+/// The value under `key` of the map `object`, which must be of the form `is` tests for; the same
+/// rule as the reader of files (TARVTuningDictionaryReader): a missing key or a value of another
+/// form throws nlohmann::json::exception.
+const nlohmann::json& member(const nlohmann::json& object, const char* key,
+                             bool (nlohmann::json::*is)() const noexcept, const char* form) {
+    if (!object.is_object()) {
+        throw nlohmann::json::type_error::create(
+            302, std::string("a map is needed, not ") + object.type_name(), &object);
+    }
+    const nlohmann::json& value = object.at(key);
+    if (!(value.*is)()) {
+        throw nlohmann::json::type_error::create(
+            302, std::string("\"") + key + "\" must be " + form + ", not " + value.type_name(),
+            &value);
+    }
+    return value;
+}
+
+/// A number's integer, or nlohmann::json::exception when it is not a number whose integer part
+/// fits 64 bits.
+std::int64_t integerOf(const nlohmann::json& number) {
+    if (number.is_number_integer()) {
+        // Unsigned values beyond the signed range keep their low bits.
+        return number.is_number_unsigned() ? static_cast<std::int64_t>(number.get<std::uint64_t>())
+                                           : number.get<std::int64_t>();
+    }
+    if (number.is_number_float()) {
+        if (const auto integer = TARVTuningDictionaryReader::integerOfFloat(number.get<double>())) {
+            return *integer;
+        }
+    }
+    throw nlohmann::json::type_error::create(
+        302, std::string("a number of 64 bits is needed, not ") + number.dump(), &number);
+}
+
 /// Reads a tuning dictionary into keys and shapes without touching any cache, so that a
 /// dictionary of the wrong form (which throws nlohmann::json::exception) merges nothing.
 void parseTuningDictionary(const nlohmann::json& dictionary, bool computeScore,
                            ParsedEntries& entries) {
-    const auto noteString = dictionary.at("asciiNoteString").get<std::string>();
+    using json = nlohmann::json;
+    const auto noteString =
+        member(dictionary, "asciiNoteString", &json::is_string, "a text").get<std::string>();
     std::vector<TARVFretIndicator> indicators;
-    for (const nlohmann::json& chordObject : dictionary.at("chords")) {
-        const auto name = chordObject.at("name").get<std::string>();
+    for (const json& chordObject : member(dictionary, "chords", &json::is_array, "a list")) {
+        const auto name =
+            member(chordObject, "name", &json::is_string, "a text").get<std::string>();
         std::vector<TARVChordShapePtr> shapes;
-        for (const nlohmann::json& shapeObject : chordObject.at("shapes")) {
+        for (const json& shapeObject : member(chordObject, "shapes", &json::is_array, "a list")) {
             indicators.clear();
             std::uint8_t string = 0;
-            for (const nlohmann::json& fret : shapeObject.at("indicators")) {
-                indicators.emplace_back(static_cast<std::int8_t>(fret.get<std::int64_t>()),
-                                        string++);
+            for (const json& fret : member(shapeObject, "indicators", &json::is_array, "a list")) {
+                indicators.emplace_back(static_cast<std::int8_t>(integerOf(fret)), string++);
             }
-            const auto baseFret =
-                static_cast<std::uint8_t>(shapeObject.at("fret").get<std::int64_t>());
+            const auto baseFret = static_cast<std::uint8_t>(
+                integerOf(member(shapeObject, "fret", &json::is_number, "a number")));
             auto shape = TARVChordShape::shapeFromIndicatorArray(indicators, baseFret);
             shape->setBadness(computeScore ? TARVChordShapeScorer::scoreForShape(*shape, 6) : 0);
             shapes.push_back(std::move(shape));
@@ -93,23 +150,43 @@ bool isDirectory(const std::filesystem::path& path) {
 
 // Entries -----------------------------------------------------------------------------------------
 
-void TARVChordShapeCacheEntry::append(const std::vector<TARVChordShapePtr>& shapes) {
-    for (const TARVChordShapePtr& shape : shapes) {
+namespace {
+
+/// A new snapshot: `held` followed by the shapes of `added` not equal to one before them (a shape
+/// keeps its first place), sorted by badness with shapes of equal badness in that order. The
+/// shapes' hash and reach are computed here, before the snapshot is shared, so that readers of
+/// a snapshot never write to a shape.
+TARVChordShapeList merged(const TARVChordShapeList& held,
+                          const std::vector<TARVChordShapePtr>& added) {
+    auto shapes = std::make_shared<std::vector<TARVChordShapePtr>>();
+    shapes->reserve((held ? held->size() : 0) + added.size());
+    if (held) {
+        shapes->assign(held->begin(), held->end());
+    }
+    for (const TARVChordShapePtr& shape : added) {
         const std::uint64_t hash = shape->hash();
-        const bool present = std::any_of(_shapes.begin(), _shapes.end(), [&](const auto& held) {
-            return held->hash() == hash && held->isEqual(*shape);
+        const bool present = std::any_of(shapes->begin(), shapes->end(), [&](const auto& kept) {
+            return kept->hash() == hash && kept->isEqual(*shape);
         });
         if (!present) {
-            _shapes.push_back(shape);
+            shapes->push_back(shape);
         }
     }
+    std::stable_sort(
+        shapes->begin(), shapes->end(),
+        [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) { return a->compare(*b) < 0; });
+    return shapes;
 }
 
-void TARVChordShapeCacheEntry::sort() {
-    std::stable_sort(
-        _shapes.begin(), _shapes.end(),
-        [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) { return a->compare(*b) < 0; });
+/// The note string of a key, if the key has one.
+std::optional<std::string> noteStringOfKey(std::string_view key) {
+    if (key.find(':') == std::string_view::npos) {
+        return std::nullopt;
+    }
+    return TARVChordShapeCache::elementsFromKey(key).at("asciiNoteString");
 }
+
+} // namespace
 
 // Construction ------------------------------------------------------------------------------------
 
@@ -156,26 +233,26 @@ std::map<std::string, std::string> TARVChordShapeCache::elementsFromKey(std::str
 
 // Lookups and additions ---------------------------------------------------------------------------
 
-TARVChordShapeList TARVChordShapeCache::viewOf(const Entry& entry) const {
-    return TARVChordShapeList(entry, &entry->shapes());
-}
-
-TARVChordShapeCache::Entry* TARVChordShapeCache::lookupLoading(const std::string& key) {
+TARVChordShapeList TARVChordShapeCache::lookupLoading(const std::string& key) {
     auto found = _cache.find(key);
     if (found == _cache.end()) {
-        loadShapesForNoteString(elementsFromKey(key).at("asciiNoteString"));
+        // A key without ":" names no tuning, so there is no file to load for it.
+        const auto noteString = noteStringOfKey(key);
+        if (!noteString) {
+            return nullptr;
+        }
+        loadShapesForNoteString(*noteString);
         found = _cache.find(key);
         if (found == _cache.end()) {
             return nullptr;
         }
     }
-    return &found->second;
+    return found->second;
 }
 
 TARVChordShapeList TARVChordShapeCache::shapesForKey(const std::string& key) {
     const std::lock_guard lock(_lock);
-    const Entry* entry = lookupLoading(key);
-    return entry != nullptr ? viewOf(*entry) : nullptr;
+    return lookupLoading(key);
 }
 
 TARVChordShapeList TARVChordShapeCache::shapesForChord(const SChord& chord,
@@ -183,14 +260,21 @@ TARVChordShapeList TARVChordShapeCache::shapesForChord(const SChord& chord,
     return shapesForKey(keyForChord(chord, inTuning));
 }
 
+TARVChordShapeList TARVChordShapeCache::shapesForChord(
+    const SChordPtr& chord, const std::shared_ptr<const SStringedInstrumentTuning>& inTuning) {
+    if (!chord || !inTuning) {
+        return nullptr;
+    }
+    return shapesForChord(*chord, *inTuning);
+}
+
 std::optional<std::vector<TARVChordShapePtr>>
 TARVChordShapeCache::shapesCopyForKey(const std::string& key) {
-    const std::lock_guard lock(_lock);
-    const Entry* entry = lookupLoading(key);
-    if (entry == nullptr) {
+    const TARVChordShapeList shapes = shapesForKey(key);
+    if (!shapes) {
         return std::nullopt;
     }
-    return (*entry)->shapes();
+    return *shapes;
 }
 
 std::optional<std::vector<TARVChordShapePtr>>
@@ -208,17 +292,29 @@ void TARVChordShapeCache::addShapes(const std::vector<TARVChordShapePtr>& shapes
     {
         const std::lock_guard lock(_lock);
         auto found = _cache.find(key);
-        Entry entry =
-            found != _cache.end() ? found->second : std::make_shared<TARVChordShapeCacheEntry>();
-        entry->append(shapes);
-        if (!entry->shapes().empty()) {
-            entry->sort();
-            _cache.insert_or_assign(key, std::move(entry));
+        if (!shapes.empty()) {
+            if (found != _cache.end()) {
+                found->second = merged(found->second, shapes);
+            } else {
+                _cache.emplace(key, merged(nullptr, shapes));
+            }
+            return;
+        }
+        if (found != _cache.end() && !found->second->empty()) {
             return;
         }
     }
     // Nothing to store: no entry and no shapes, or an empty entry and no shapes.
     log.error("Trying to Add 0 shapes for key {}", key);
+}
+
+void TARVChordShapeCache::addShapes(
+    const std::vector<TARVChordShapePtr>& shapes, const SChordPtr& forChord,
+    const std::shared_ptr<const SStringedInstrumentTuning>& inTuning) {
+    if (!forChord || !inTuning) {
+        return;
+    }
+    addShapes(shapes, *forChord, *inTuning);
 }
 
 // Unlocked operations -----------------------------------------------------------------------------
@@ -249,7 +345,7 @@ nlohmann::json TARVChordShapeCache::serializationArray() const {
             dictionary = {{"asciiNoteString", noteString}, {"chords", nlohmann::json::array()}};
         }
         nlohmann::json shapes = nlohmann::json::array();
-        for (const TARVChordShapePtr& shape : _cache.at(key)->shapes()) {
+        for (const TARVChordShapePtr& shape : *_cache.at(key)) {
             shapes.push_back(shape->serializationDictionary());
         }
         dictionary["chords"].push_back(
@@ -265,16 +361,17 @@ nlohmann::json TARVChordShapeCache::serializationArray() const {
 void TARVChordShapeCache::mergeEntries(ParsedEntries entries) {
     for (auto& [key, shapes] : entries) {
         auto& entry = _cache[key];
-        if (!entry) {
-            entry = std::make_shared<TARVChordShapeCacheEntry>();
-        }
-        entry->append(shapes);
-        entry->sort();
+        entry = merged(entry, shapes);
     }
 }
 
 void TARVChordShapeCache::addShapesFromJSONDataArray(const nlohmann::json& array,
                                                      bool computeScore) {
+    if (!array.is_array()) {
+        throw nlohmann::json::type_error::create(
+            302, std::string("a list of tuning dictionaries is needed, not ") + array.type_name(),
+            &array);
+    }
     ParsedEntries entries;
     for (const nlohmann::json& dictionary : array) {
         parseTuningDictionary(dictionary, computeScore, entries);
@@ -290,18 +387,23 @@ void TARVChordShapeCache::addShapesFromTuningDictionary(const nlohmann::json& di
 }
 
 void TARVChordShapeCache::loadCuratedShapes() {
-    const auto contents = readFile(kCuratedShapesFile);
+    const auto contents = readFile(kCuratedShapesFile, kMaximumShapeFileSize);
     if (!contents) {
         return;
     }
-    std::string error;
-    auto chords = TARVTuningDictionaryReader::read(
-        *contents, TARVTuningDictionaryReader::TopLevel::ListOfDictionaries, error);
-    if (!chords) {
-        TARVGuitarLog::shapeCacheLog().error("Unable to load curatedshapes.json: {}", error);
-        return;
+    try {
+        std::string error;
+        auto chords = TARVTuningDictionaryReader::read(
+            *contents, TARVTuningDictionaryReader::TopLevel::ListOfDictionaries, error);
+        if (!chords) {
+            TARVGuitarLog::shapeCacheLog().error("Unable to load curatedshapes.json: {}", error);
+            return;
+        }
+        mergeEntries(entriesOf(std::move(*chords)));
+    } catch (const std::bad_alloc&) {
+        TARVGuitarLog::shapeCacheLog().error("Unable to load curatedshapes.json: {}",
+                                             "out of memory");
     }
-    mergeEntries(entriesOf(std::move(*chords)));
 }
 
 void TARVChordShapeCache::loadShapesForNoteString(const std::string& noteString) {
@@ -310,25 +412,32 @@ void TARVChordShapeCache::loadShapesForNoteString(const std::string& noteString)
         return;
     }
     spdlog::logger& log = TARVGuitarLog::shapeCacheLog();
-    const auto contents = readFile(*path);
-    const auto data =
-        contents ? decompressedData(std::span(
-                       reinterpret_cast<const std::uint8_t*>(contents->data()), contents->size()))
-                 : std::nullopt;
-    if (!data) {
-        log.error("Unable to decompress shape cache file {}", fileURL(*path));
-        return;
-    }
-    std::string error;
-    auto chords = TARVTuningDictionaryReader::read(
-        std::string_view(reinterpret_cast<const char*>(data->data()), data->size()),
-        TARVTuningDictionaryReader::TopLevel::Dictionary, error);
-    if (!chords) {
+    try {
+        const auto contents = readFile(*path, kMaximumShapeFileSize);
+        const auto data =
+            contents ? decompressedData(
+                           std::span(reinterpret_cast<const std::uint8_t*>(contents->data()),
+                                     contents->size()),
+                           kMaximumShapeFileSize)
+                     : std::nullopt;
+        if (!data) {
+            log.error("Unable to decompress shape cache file {}", fileURL(*path));
+            return;
+        }
+        std::string error;
+        auto chords = TARVTuningDictionaryReader::read(
+            std::string_view(reinterpret_cast<const char*>(data->data()), data->size()),
+            TARVTuningDictionaryReader::TopLevel::Dictionary, error);
+        if (!chords) {
+            log.error("Unable to expand json data from decompressing shape cache file {}",
+                      fileURL(*path));
+            return;
+        }
+        mergeEntries(entriesOf(std::move(*chords)));
+    } catch (const std::bad_alloc&) {
         log.error("Unable to expand json data from decompressing shape cache file {}",
                   fileURL(*path));
-        return;
     }
-    mergeEntries(entriesOf(std::move(*chords)));
 }
 
 // Resources ---------------------------------------------------------------------------------------

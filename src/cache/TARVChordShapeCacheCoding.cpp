@@ -1,6 +1,9 @@
 #include "tarv/archive/TARVKeyedArchiver.hpp"
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 #include "tarv/cache/TARVChordShapeCache.hpp"
+
+#include <algorithm>
 
 namespace tarv {
 
@@ -21,7 +24,7 @@ const TARVArchiveClass& TARVChordShapeCache::archiveClass() noexcept {
 void TARVChordShapeCache::encodeWithCoder(TARVKeyedArchiver& coder) const {
     std::map<std::string, std::vector<TARVChordShapePtr>> entries;
     for (const auto& [key, entry] : _cache) {
-        entries.emplace(key, entry->shapes());
+        entries.emplace(key, *entry);
     }
     coder.encodeObjectAs<CacheForm>(entries, "cache");
 }
@@ -35,12 +38,30 @@ TARVChordShapeCache::initWithCoder(TARVKeyedUnarchiver& coder) {
         }
         return nullptr;
     }
+    // Every key of the cache names a chord and a tuning ("chord:notes") and is written out as
+    // JSON text; an archive holding any other key is refused rather than kept in part.
+    for (const auto& [key, shapes] : *entries) {
+        if (key.find(':') == std::string::npos || !TARVIsValidUTF8(key)) {
+            coder.failWithError("TARVChordShapeCache: the archive holds a key that is not a chord "
+                                "and a tuning separated by \":\" in UTF-8");
+            return nullptr;
+        }
+    }
     auto cache = std::make_shared<TARVChordShapeCache>(Unloaded{});
     for (auto& [key, shapes] : *entries) {
-        auto entry = std::make_shared<TARVChordShapeCacheEntry>();
         // An ordered set holds each shape once; the archived order is kept.
-        entry->append(shapes);
-        cache->_cache.emplace(key, std::move(entry));
+        auto kept = std::make_shared<std::vector<TARVChordShapePtr>>();
+        kept->reserve(shapes.size());
+        for (const TARVChordShapePtr& shape : shapes) {
+            const std::uint64_t hash = shape->hash();
+            const bool present = std::any_of(kept->begin(), kept->end(), [&](const auto& held) {
+                return held->hash() == hash && held->isEqual(*shape);
+            });
+            if (!present) {
+                kept->push_back(shape);
+            }
+        }
+        cache->_cache.emplace(key, std::move(kept));
     }
     cache->loadCuratedShapes();
     return cache;

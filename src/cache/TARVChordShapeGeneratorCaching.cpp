@@ -21,16 +21,24 @@ TARVChordShapeGenerator::initWithChord(SChordPtr chord, SStringedInstrumentTunin
 TARVChordShapeGeneratorPtr
 TARVChordShapeGenerator::initWithChord(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning,
                                        TARVChordShapeCache& cache, bool forceGeneration) {
-    // Answers are copies taken under the cache's lock, so a generator may keep them while other
-    // threads add to the same entry.
-    auto cached = cache.shapesCopyForChord(*chord, *tuning);
+    // Without a chord or a tuning there is nothing to look up or generate: no generator.
+    if (!chord || !tuning) {
+        return nullptr;
+    }
+    // The cache answers immutable snapshots; the generator keeps the list of the latest one.
+    const TARVChordShapeList cached = cache.shapesForChord(*chord, *tuning);
     auto generator = std::make_shared<TARVChordShapeGenerator>(std::move(chord), std::move(tuning));
-    generator->_shapes = std::move(cached);
-    if (forceGeneration || !generator->_shapes) {
+    if (cached) {
+        generator->_shapes = *cached;
+    }
+    if (forceGeneration || !cached) {
         const auto generated = generator->_buildShapes();
         if (!generated.empty()) {
             cache.addShapes(generated, *generator->_chord, *generator->_tuning);
-            generator->_shapes = cache.shapesCopyForChord(*generator->_chord, *generator->_tuning);
+            if (const TARVChordShapeList now =
+                    cache.shapesForChord(*generator->_chord, *generator->_tuning)) {
+                generator->_shapes = *now;
+            }
         }
     }
     return generator;

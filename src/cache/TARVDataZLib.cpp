@@ -2,6 +2,10 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
 namespace tarv {
 
 namespace {
@@ -35,12 +39,22 @@ std::optional<TARVData> compressedData(std::span<const std::uint8_t> data) {
     return output;
 }
 
-std::optional<TARVData> decompressedData(std::span<const std::uint8_t> data) {
+std::optional<TARVData> decompressedData(std::span<const std::uint8_t> data,
+                                         std::size_t maximumSize) {
     if (data.empty()) {
         return TARVData{};
     }
+    // zlib counts in 32 bits; larger input is beyond what this reads in one stream.
+    if (data.size() > UINT32_MAX) {
+        return std::nullopt;
+    }
     const std::size_t half = data.size() / 2;
-    TARVData output(data.size() + half);
+    TARVData output;
+    try {
+        output.resize(std::min(data.size() + half, maximumSize));
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
     z_stream stream{};
     stream.next_in = const_cast<Bytef*>(data.data());
     stream.avail_in = static_cast<uInt>(data.size());
@@ -49,11 +63,22 @@ std::optional<TARVData> decompressedData(std::span<const std::uint8_t> data) {
     }
     while (true) {
         if (stream.total_out >= output.size()) {
+            if (output.size() >= maximumSize) {
+                inflateEnd(&stream);
+                return std::nullopt;
+            }
             // A one-byte input has no half to grow by; growing by one byte keeps the loop going.
-            output.resize(output.size() + (half > 0 ? half : 1));
+            const std::size_t grown = output.size() + (half > 0 ? half : 1);
+            try {
+                output.resize(std::min(grown, maximumSize));
+            } catch (const std::bad_alloc&) {
+                inflateEnd(&stream);
+                return std::nullopt;
+            }
         }
         stream.next_out = output.data() + stream.total_out;
-        stream.avail_out = static_cast<uInt>(output.size() - stream.total_out);
+        stream.avail_out =
+            static_cast<uInt>(std::min<std::size_t>(output.size() - stream.total_out, UINT32_MAX));
         const int status = inflate(&stream, Z_SYNC_FLUSH);
         if (static_cast<unsigned>(status) > static_cast<unsigned>(Z_STREAM_END)) {
             inflateEnd(&stream);

@@ -2,7 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace tarv {
 
@@ -11,12 +13,25 @@ namespace {
 using json = nlohmann::json;
 
 /// The events of nlohmann's SAX parser, turned into chords as they come.
+///
+/// The rule is the tree's: a key given twice counts with its last value, so a value of the wrong
+/// form is an error only once nothing later replaces it. Each value therefore reports whether it
+/// is well-formed to the map or list that holds it, and only the top level decides.
 class Handler : public nlohmann::json_sax<json> {
 public:
     explicit Handler(TARVTuningDictionaryReader::TopLevel topLevel) : _topLevel(topLevel) {}
 
     std::vector<TARVReadChord> chords;
     std::string error;
+
+    /// Whether the whole text was of the form, once parsing has succeeded.
+    bool wellFormed() {
+        if (!_rootSeen || !_rootValid) {
+            error = _why.empty() ? "the text is not a tuning dictionary" : _why;
+            return false;
+        }
+        return true;
+    }
 
     bool null() override { return scalar(Scalar::Other, 0, {}); }
     bool boolean(bool) override { return scalar(Scalar::Other, 0, {}); }
@@ -27,10 +42,8 @@ public:
         return scalar(Scalar::Number, static_cast<std::int64_t>(value), {});
     }
     bool number_float(number_float_t value, const string_t&) override {
-        if (!std::isfinite(value) || value >= 9.3e18 || value <= -9.3e18) {
-            return scalar(Scalar::Other, 0, {});
-        }
-        return scalar(Scalar::Number, static_cast<std::int64_t>(value), {});
+        const auto integer = TARVTuningDictionaryReader::integerOfFloat(value);
+        return integer ? scalar(Scalar::Number, *integer, {}) : scalar(Scalar::Other, 0, {});
     }
     bool string(string_t& value) override { return scalar(Scalar::Text, 0, value); }
     bool binary(binary_t&) override { return scalar(Scalar::Other, 0, {}); }
@@ -55,10 +68,17 @@ public:
 private:
     enum class Kind { TopList, Tuning, Chords, Chord, Shapes, Shape, Indicators, Skip };
     enum class Scalar { Number, Text, Other };
+    /// Of a map's two keys that are read: absent, present with a value of the wrong form, or
+    /// present and well-formed.
+    enum class Field : std::uint8_t { Absent, Invalid, Valid };
     struct Frame {
         Kind kind;
         std::string key;
         int depth = 0;
+        /// A list: whether every element is well-formed. A skipped value: whether it stands
+        /// where a value that is read belongs (and so is of the wrong form).
+        bool valid = true;
+        std::array<Field, 2> fields{Field::Absent, Field::Absent};
     };
     /// What the next value stands for, given where it stands.
     enum class Slot {
@@ -76,12 +96,7 @@ private:
         Ignored
     };
 
-    bool fail(std::string message) {
-        error = std::move(message);
-        return false;
-    }
-
-    std::optional<Slot> slot() {
+    Slot slot() const {
         if (_stack.empty()) {
             return _topLevel == TARVTuningDictionaryReader::TopLevel::ListOfDictionaries
                        ? Slot::TopList
@@ -112,92 +127,136 @@ private:
         case Kind::Skip:
             return Slot::Ignored;
         }
-        return std::nullopt;
+        return Slot::Ignored;
+    }
+
+    /// Hands the well-formedness of a finished value to what holds it.
+    void finished(bool valid, const char* why) {
+        if (!valid && _why.empty()) {
+            _why = why;
+        }
+        if (_stack.empty()) {
+            _rootSeen = true;
+            _rootValid = valid;
+            return;
+        }
+        Frame& holder = _stack.back();
+        switch (holder.kind) {
+        case Kind::Tuning:
+        case Kind::Chord:
+        case Kind::Shape: {
+            const bool first =
+                holder.key == "asciiNoteString" || holder.key == "name" || holder.key == "fret";
+            holder.fields[first ? 0 : 1] = valid ? Field::Valid : Field::Invalid;
+            return;
+        }
+        case Kind::Skip:
+            return;
+        default:
+            holder.valid = holder.valid && valid;
+            return;
+        }
     }
 
     bool scalar(Scalar type, std::int64_t number, const std::string& text) {
-        const auto where = slot();
-        switch (*where) {
+        switch (slot()) {
         case Slot::Ignored:
             return true;
         case Slot::NoteString:
-            if (type != Scalar::Text) {
-                return fail("\"asciiNoteString\" is not a text");
+            if (type == Scalar::Text) {
+                _noteString = text;
             }
-            _noteString = text;
+            finished(type == Scalar::Text, "\"asciiNoteString\" is not a text");
             return true;
         case Slot::Name:
-            if (type != Scalar::Text) {
-                return fail("a chord's \"name\" is not a text");
+            if (type == Scalar::Text) {
+                _chord.name = text;
             }
-            _chord.name = text;
-            _hasName = true;
+            finished(type == Scalar::Text, "a chord's \"name\" is not a text");
             return true;
         case Slot::Fret:
-            if (type != Scalar::Number) {
-                return fail("a shape's \"fret\" is not a number");
+            if (type == Scalar::Number) {
+                _fret = static_cast<std::uint8_t>(number);
             }
-            _fret = static_cast<std::uint8_t>(number);
+            finished(type == Scalar::Number, "a shape's \"fret\" is not a number");
             return true;
         case Slot::Indicator:
-            if (type != Scalar::Number) {
-                return fail("an entry of \"indicators\" is not a number");
+            if (type == Scalar::Number) {
+                _indicators.emplace_back(static_cast<std::int8_t>(number),
+                                         static_cast<std::uint8_t>(_indicators.size()));
             }
-            _indicators.emplace_back(static_cast<std::int8_t>(number),
-                                     static_cast<std::uint8_t>(_indicators.size()));
+            finished(type == Scalar::Number, "an entry of \"indicators\" is not a number");
             return true;
         default:
-            return fail("a value of the wrong type where a list or a map belongs");
+            finished(false, "a number or a text where a list or a map belongs");
+            return true;
         }
     }
 
     bool start(bool object) {
-        const auto where = slot();
-        if (_stack.empty() || _stack.back().kind != Kind::Skip) {
-            switch (*where) {
-            case Slot::Ignored:
-                _stack.push_back({Kind::Skip, {}, 1});
-                return true;
-            case Slot::TopList:
-                return push(!object, Kind::TopList, "the top level is not a list");
-            case Slot::Tuning:
-                _noteString.reset();
-                _hasChords = false;
-                _firstChordOfTuning = chords.size();
-                return push(object, Kind::Tuning, "a tuning dictionary is not a map");
-            case Slot::Chords:
-                _hasChords = true;
-                return push(!object, Kind::Chords, "\"chords\" is not a list");
-            case Slot::Chord:
-                _chord = {};
-                _hasName = false;
-                _hasShapes = false;
-                return push(object, Kind::Chord, "a chord is not a map");
-            case Slot::Shapes:
-                _hasShapes = true;
-                return push(!object, Kind::Shapes, "\"shapes\" is not a list");
-            case Slot::Shape:
-                _fret.reset();
-                _indicators.clear();
-                _hasIndicators = false;
-                return push(object, Kind::Shape, "a shape is not a map");
-            case Slot::Indicators:
-                _hasIndicators = true;
-                _indicators.clear();
-                return push(!object, Kind::Indicators, "\"indicators\" is not a list");
-            default:
-                return fail("a list or a map where a number or a text belongs");
-            }
+        if (!_stack.empty() && _stack.back().kind == Kind::Skip) {
+            ++_stack.back().depth;
+            return true;
         }
-        ++_stack.back().depth;
+        switch (slot()) {
+        case Slot::Ignored:
+            return skip(true);
+        case Slot::TopList:
+            return object ? skip(false) : push(Kind::TopList);
+        case Slot::Tuning:
+            if (!object) {
+                return skip(false);
+            }
+            _noteString.reset();
+            _firstChordOfTuning = chords.size();
+            return push(Kind::Tuning);
+        case Slot::Chords:
+            if (object) {
+                return skip(false);
+            }
+            // A later "chords" replaces an earlier one.
+            chords.resize(_firstChordOfTuning);
+            return push(Kind::Chords);
+        case Slot::Chord:
+            if (!object) {
+                return skip(false);
+            }
+            _chord = {};
+            return push(Kind::Chord);
+        case Slot::Shapes:
+            if (object) {
+                return skip(false);
+            }
+            _chord.shapes.clear();
+            return push(Kind::Shapes);
+        case Slot::Shape:
+            if (!object) {
+                return skip(false);
+            }
+            _fret.reset();
+            _indicators.clear();
+            return push(Kind::Shape);
+        case Slot::Indicators:
+            if (object) {
+                return skip(false);
+            }
+            _indicators.clear();
+            return push(Kind::Indicators);
+        default:
+            return skip(false);
+        }
+    }
+
+    bool push(Kind kind) {
+        _stack.push_back({kind, {}, 0});
         return true;
     }
 
-    bool push(bool fits, Kind kind, const char* message) {
-        if (!fits) {
-            return fail(message);
-        }
-        _stack.push_back({kind, {}, 0});
+    /// Skips a list or map: one that is not read (`ignored`), or one of the wrong form.
+    bool skip(bool ignored) {
+        Frame frame{Kind::Skip, {}, 1};
+        frame.valid = ignored;
+        _stack.push_back(std::move(frame));
         return true;
     }
 
@@ -206,31 +265,39 @@ private:
         if (frame.kind == Kind::Skip && --frame.depth > 0) {
             return true;
         }
-        const Kind kind = frame.kind;
+        const Frame done = std::move(frame);
         _stack.pop_back();
-        switch (kind) {
-        case Kind::Shape: {
-            if (!_fret || !_hasIndicators) {
-                return fail("a shape lacks \"fret\" or \"indicators\"");
+        const bool complete = done.fields[0] == Field::Valid && done.fields[1] == Field::Valid;
+        switch (done.kind) {
+        case Kind::Skip:
+            if (!done.valid) {
+                finished(false, "a list or a map of the wrong form");
             }
-            _chord.shapes.push_back(TARVChordShape::shapeFromIndicatorArray(_indicators, *_fret));
             return true;
-        }
-        case Kind::Chord:
-            if (!_hasName || !_hasShapes) {
-                return fail("a chord lacks \"name\" or \"shapes\"");
+        case Kind::Shape:
+            if (complete) {
+                _chord.shapes.push_back(
+                    TARVChordShape::shapeFromIndicatorArray(_indicators, *_fret));
             }
-            chords.push_back(std::move(_chord));
+            finished(complete, "a shape lacks a well-formed \"fret\" or \"indicators\"");
+            return true;
+        case Kind::Chord:
+            if (complete) {
+                chords.push_back(std::move(_chord));
+            }
+            finished(complete, "a chord lacks a well-formed \"name\" or \"shapes\"");
             return true;
         case Kind::Tuning:
-            if (!_noteString || !_hasChords) {
-                return fail("a tuning dictionary lacks \"asciiNoteString\" or \"chords\"");
+            if (complete) {
+                for (std::size_t i = _firstChordOfTuning; i < chords.size(); ++i) {
+                    chords[i].asciiNoteString = *_noteString;
+                }
             }
-            for (std::size_t i = _firstChordOfTuning; i < chords.size(); ++i) {
-                chords[i].asciiNoteString = *_noteString;
-            }
+            finished(complete,
+                     "a tuning dictionary lacks a well-formed \"asciiNoteString\" or \"chords\"");
             return true;
         default:
+            finished(done.valid, "a list holds an element of the wrong form");
             return true;
         }
     }
@@ -238,14 +305,13 @@ private:
     TARVTuningDictionaryReader::TopLevel _topLevel;
     std::vector<Frame> _stack;
     std::optional<std::string> _noteString;
-    bool _hasChords = false;
     std::size_t _firstChordOfTuning = 0;
     TARVReadChord _chord;
-    bool _hasName = false;
-    bool _hasShapes = false;
     std::optional<std::uint8_t> _fret;
     std::vector<TARVFretIndicator> _indicators;
-    bool _hasIndicators = false;
+    bool _rootSeen = false;
+    bool _rootValid = false;
+    std::string _why;
 };
 
 } // namespace
@@ -263,7 +329,24 @@ TARVTuningDictionaryReader::read(std::string_view text, TopLevel topLevel, std::
         error = handler.error.empty() ? "the text is not a tuning dictionary" : handler.error;
         return std::nullopt;
     }
+    if (!handler.wellFormed()) {
+        error = handler.error;
+        return std::nullopt;
+    }
     return std::move(handler.chords);
+}
+
+} // namespace tarv
+
+namespace tarv {
+
+std::optional<std::int64_t> TARVTuningDictionaryReader::integerOfFloat(double value) noexcept {
+    // Truncated toward zero; only values whose integer part fits 64 bits, signed.
+    if (!std::isfinite(value) || !(value >= -9223372036854775808.0) ||
+        !(value < 9223372036854775808.0)) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(value);
 }
 
 } // namespace tarv

@@ -2,6 +2,7 @@
 
 #include "tarv/shapes/TARVChordShape.hpp"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,8 +21,10 @@ struct TARVReadChord {
 
 /// Reads the text of one tuning dictionary, or of a list of them, straight into shapes, without
 /// building a JSON tree first. It accepts what the tree-based reading accepts: keys in any order,
-/// other keys ignored, numbers cut to their low 8 bits; anything else of the wrong form (a
-/// missing key, a value of the wrong type) is an error.
+/// other keys ignored, a key given twice counted with its last value, numbers cut to their low 8
+/// bits (a fraction truncated toward zero; a number whose integer part does not fit 64 bits is of
+/// the wrong form); anything else of the wrong form (a missing key, a value of the wrong type) is
+/// an error.
 class TARVTuningDictionaryReader {
 public:
     enum class TopLevel { Dictionary, ListOfDictionaries };
@@ -30,6 +33,9 @@ public:
     /// is not JSON or not of the form.
     static std::optional<std::vector<TARVReadChord>> read(std::string_view text, TopLevel topLevel,
                                                           std::string& error);
+    /// The integer a JSON number with a fraction or an exponent stands for: truncated toward
+    /// zero; nothing when it is not finite or its integer part does not fit 64 bits, signed.
+    static std::optional<std::int64_t> integerOfFloat(double value) noexcept;
 };
 
 } // namespace tarv

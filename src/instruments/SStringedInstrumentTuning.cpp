@@ -117,11 +117,10 @@ std::vector<SPitch> SStringedInstrumentTuning::pitchesForShape(const TARVChordSh
     for (const TARVFretIndicator& indicator : shape.indicators()) {
         if (indicator.isKindOfClass(TARVIndicatorClass::Barre)) {
             const auto offset = static_cast<std::int8_t>(indicator.fret() + shape.baseFret());
-            for (std::uint8_t string = indicator.string();; ++string) {
-                sounding[string] = basePitch(string).pitchAtOffset(offset);
-                if (string == indicator.endString()) {
-                    break;
-                }
+            // A barre whose end lies below its start covers no string, as in its dictionary form.
+            for (unsigned string = indicator.string(); string <= indicator.endString(); ++string) {
+                const auto index = static_cast<std::uint8_t>(string);
+                sounding[index] = basePitch(index).pitchAtOffset(offset);
             }
         } else if (indicator.isKindOfClass(TARVIndicatorClass::Muted)) {
             sounding[indicator.string()].reset();

@@ -2,6 +2,10 @@
 
 #include "tarv/settings/TARVPropertyListDecoder.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -21,10 +25,24 @@ std::string contentsOfFile(const std::filesystem::path& path) {
     struct Close {
         void operator()(std::FILE* file) const noexcept { std::fclose(file); }
     };
+    // Opened without blocking, so that a FIFO or a device is refused instead of waited on; only
+    // a regular file is read.
     errno = 0;
-    const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rb"));
-    if (!file) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0) {
         throwFileError(path, errno != 0 ? errno : EIO);
+    }
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        const int error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        ::close(descriptor);
+        throwFileError(path, error);
+    }
+    const std::unique_ptr<std::FILE, Close> file(::fdopen(descriptor, "rb"));
+    if (!file) {
+        const int error = errno != 0 ? errno : EIO;
+        ::close(descriptor);
+        throwFileError(path, error);
     }
     std::string contents;
     char buffer[65536];

@@ -1,6 +1,7 @@
 #include "tarv/settings/TARVPropertyListDecoder.hpp"
 
-#include "archive/TARVPropertyListNesting.hpp"
+#include "archive/TARVPropertyListText.hpp"
+#include "tarv/archive/TARVUTF8.hpp"
 
 #include <plist/plist.h>
 
@@ -54,7 +55,11 @@ std::string stringValue(plist_t node, const TARVCodingPath& path) {
     }
     std::uint64_t length = 0;
     const char* text = plist_get_string_ptr(node, &length);
-    return std::string(text, static_cast<std::size_t>(length));
+    std::string value(text, static_cast<std::size_t>(length));
+    if (!TARVIsValidUTF8(value)) {
+        throw TARVSettingsDecodingError::dataCorrupted(path, "the string is not UTF-8");
+    }
+    return value;
 }
 
 std::int64_t int64Value(plist_t node, const TARVCodingPath& path) {
@@ -114,15 +119,13 @@ TARVPropertyListDecoder TARVPropertyListDecoder::decoderWithData(std::string_vie
     // The property list reader recurses once per level of nesting; settings nest a few levels,
     // so a far deeper file is refused before the reader sees it.
     constexpr std::size_t kMaxNesting = 128;
-    const std::span bytes(reinterpret_cast<const std::uint8_t*>(data.data()), data.size());
-    const bool tooDeep = data.starts_with("bplist")
-                             ? TARVBinaryPropertyListNestsDeeperThan(bytes, kMaxNesting)
-                             : TARVXMLPropertyListNestsDeeperThan(bytes, kMaxNesting);
-    if (tooDeep) {
-        throw TARVSettingsDecodingError::dataCorrupted({}, "the property list nests too deeply");
+    std::string error;
+    const auto readable = TARVReadablePropertyList(data, kMaxNesting, error);
+    if (!readable) {
+        throw TARVSettingsDecodingError::dataCorrupted({}, error);
     }
     plist_t root = nullptr;
-    plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);
+    plist_from_memory(readable->data(), static_cast<std::uint32_t>(readable->size()), &root);
     if (root == nullptr) {
         throw TARVSettingsDecodingError::dataCorrupted({}, "the data is not a property list");
     }

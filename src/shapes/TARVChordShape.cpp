@@ -2,10 +2,9 @@
 
 #include "tarv/music/TARVHasher.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
+#include "tarv/shapes/TARVGeneralLog.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
 #include "tarv/shapes/TARVOpenFretIndicator.hpp"
-
-#include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -178,7 +177,23 @@ std::uint8_t TARVChordShape::stringCount() const {
     if (highest != 0) {
         return static_cast<std::uint8_t>(highest + 1);
     }
-    spdlog::warn("Invalid chord shape encountered: {}", description());
+    // The description lists the indicators on lines of their own; the log takes one line.
+    std::string line;
+    bool atLineStart = false;
+    for (const char c : description()) {
+        if (c == '\n') {
+            atLineStart = true;
+        } else if (atLineStart && c == ' ') {
+            continue;
+        } else {
+            if (atLineStart && !line.empty() && line.back() != '(' && c != ')') {
+                line += ' ';
+            }
+            atLineStart = false;
+            line += c;
+        }
+    }
+    TARVGeneralLog::generalLog().warn("Invalid chord shape encountered: {}", line);
     return 6;
 }
 

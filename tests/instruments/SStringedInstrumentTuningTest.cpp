@@ -94,6 +94,25 @@ TEST(SStringedInstrumentTuning, FrettedNoteOverridesTheBarreOnItsString) {
               (std::vector<std::string>{"F4", "C4", "A#3", "D#3", "A#2", "F2"}));
 }
 
+TEST(SStringedInstrumentTuning, BarreEndingBelowItsStartSoundsNoString) {
+    const auto tuning = SStringedInstrumentTuning::stringedInstrumentTuning();
+    TARVChordShape shape;
+    shape.setBaseFret(1);
+    shape._addSortedIndicator(TARVBarreIndicator(0, 4, 2));
+    shape.addIndicatorForFret(2, 2);
+    std::vector<SPitch> pitches;
+    ASSERT_NO_THROW(pitches = tuning->pitchesForShape(shape, 0));
+    EXPECT_EQ(texts(pitches), (std::vector<std::string>{"A#3"}));
+    // On many strings the run does not wrap round through string 255 either.
+    std::vector<SPitch> many(300, *SPitch::pitchWithString("E2"));
+    const auto wide = SStringedInstrumentTuning::initWithPitches(
+        many, 22, 0, TARVMakeSharedText("Wide"), "E", std::nullopt);
+    TARVChordShape barreOnly;
+    barreOnly.setBaseFret(1);
+    barreOnly._addSortedIndicator(TARVBarreIndicator(0, 4, 2));
+    EXPECT_TRUE(wide->pitchesForShape(barreOnly, 0).empty());
+}
+
 TEST(SStringedInstrumentTuning, MutedStringUnderABarreOnlyCountsAfterTheBarre) {
     const auto tuning = SStringedInstrumentTuning::stringedInstrumentTuning();
     // The barre starts at string 0, so a muted string 3 comes after it: string 3 is removed.

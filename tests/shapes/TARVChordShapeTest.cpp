@@ -1,5 +1,6 @@
 #include "tarv/shapes/TARVChordShape.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
+#include "tarv/shapes/TARVGeneralLog.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
 #include "tarv/shapes/TARVOpenFretIndicator.hpp"
 
@@ -37,22 +38,22 @@ std::vector<std::string> descriptions(const TARVChordShape& shape) {
     return result;
 }
 
-/// Routes the default logger into a string for the lifetime of the object.
+/// Routes the library's general log into a string for the lifetime of the object.
 class CapturedGeneralLog {
 public:
-    CapturedGeneralLog() : _previous(spdlog::default_logger()) {
+    CapturedGeneralLog() : _previous(TARVGeneralLog::generalLog().sinks()) {
         auto sink = std::make_shared<spdlog::sinks::ostream_sink_mt>(_stream);
         sink->set_pattern("%v");
-        spdlog::set_default_logger(std::make_shared<spdlog::logger>("captured", sink));
+        TARVGeneralLog::generalLog().sinks() = {sink};
     }
-    ~CapturedGeneralLog() { spdlog::set_default_logger(_previous); }
+    ~CapturedGeneralLog() { TARVGeneralLog::generalLog().sinks() = _previous; }
     CapturedGeneralLog(const CapturedGeneralLog&) = delete;
     CapturedGeneralLog& operator=(const CapturedGeneralLog&) = delete;
     std::string text() const { return _stream.str(); }
 
 private:
     std::ostringstream _stream;
-    std::shared_ptr<spdlog::logger> _previous;
+    std::vector<spdlog::sink_ptr> _previous;
 };
 
 /// Log messages in captured text: each starts with the message prefix.
@@ -154,6 +155,28 @@ TEST(TARVChordShape, EmptyShapeHasReachTwoAndLogsForStringCount) {
     EXPECT_EQ(shape.stringCount(), 6);
     EXPECT_EQ(messageCount(log.text()), 1);
     EXPECT_EQ(log.text().rfind("Invalid chord shape encountered: Hash:[", 0), 0u) << log.text();
+}
+
+TEST(TARVChordShape, InvalidShapeIsLoggedToStandardErrorOnOneLine) {
+    TARVChordShape shape;
+    shape.addIndicatorForFret(3, 0);
+    shape.addMutedIndicatorForString(0);
+    {
+        CapturedGeneralLog log;
+        EXPECT_EQ(shape.stringCount(), 6);
+        EXPECT_EQ(log.text().find('\n'), log.text().size() - 1) << log.text();
+        EXPECT_NE(log.text().find("Indicators[2]: (string: 0, muted, string: 0, fret 3)"),
+                  std::string::npos)
+            << log.text();
+    }
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(shape.stringCount(), 6);
+    const std::string out = testing::internal::GetCapturedStdout();
+    const std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(messageCount(err), 1) << err;
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
 }
 
 TEST(TARVChordShape, ShapeOnStringZeroOnlyFallsBackToSixStrings) {

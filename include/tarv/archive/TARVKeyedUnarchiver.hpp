@@ -168,6 +168,8 @@ public:
     }
 
 private:
+    std::optional<std::string> checkedText(std::optional<std::string> text,
+                                           std::uint64_t reference);
     const std::any* _decodedObjectAt(std::uint64_t reference, std::type_index type) const;
     void _rememberDecodedObjectAt(std::uint64_t reference, std::type_index type, std::any value);
 

@@ -10,7 +10,8 @@ namespace tarv {
 /// `stringedInstrumentDescriptionWithDictionary`: dictionaries become objects, arrays arrays,
 /// strings strings, integers signed integers, reals numbers, booleans booleans, data binary
 /// values, dates ISO 8601 texts and UIDs unsigned integers.
-/// Throws std::invalid_argument when `data` is not a property list.
+/// Throws std::invalid_argument when `data` is not a property list, nests deeper than 128
+/// levels, holds a text that is not UTF-8 or an XML integer that is not one of 64 bits.
 nlohmann::json TARVJSONWithPropertyListData(std::string_view data);
 
 } // namespace tarv

@@ -22,22 +22,10 @@ class TARVKeyedArchiver;
 class TARVKeyedUnarchiver;
 struct TARVArchiveClass;
 
-/// One entry of the cache: shapes with no two equal, kept sorted by badness.
-class TARVChordShapeCacheEntry {
-public:
-    const std::vector<TARVChordShapePtr>& shapes() const noexcept { return _shapes; }
-    /// Appends the shapes not equal to one already present; a shape keeps its first place.
-    void append(const std::vector<TARVChordShapePtr>& shapes);
-    /// Sorts by badness, ascending; shapes of equal badness keep their order.
-    void sort();
-
-private:
-    std::vector<TARVChordShapePtr> _shapes;
-};
-
-/// A read-only view of a cache entry. It is not a copy: later additions to the same key, and
-/// their re-sorting, show through it. A caller that keeps a view while other threads may add to
-/// the same key takes a copy with `shapesCopyForKey` instead, which is made under the cache's lock.
+/// An answer of the cache: an immutable snapshot of one entry, whose shapes have no two equal and
+/// are sorted by badness. An addition to the entry replaces the cache's snapshot with a new one,
+/// so an answer never changes once given and may be read on any thread while others add; a later
+/// lookup sees the additions.
 using TARVChordShapeList = std::shared_ptr<const std::vector<TARVChordShapePtr>>;
 
 /// The process-wide store of chord shapes by chord and tuning.
@@ -74,13 +62,20 @@ public:
     TARVChordShapeList shapesForKey(const std::string& key);
     TARVChordShapeList shapesForChord(const SChord& chord,
                                       const SStringedInstrumentTuning& inTuning);
-    /// As `shapesForKey`, but a copy made under the lock, safe to keep across threads.
+    /// Absent when the chord or the tuning is absent.
+    TARVChordShapeList
+    shapesForChord(const SChordPtr& chord,
+                   const std::shared_ptr<const SStringedInstrumentTuning>& inTuning);
+    /// As `shapesForKey`, but a copy of the shape list.
     std::optional<std::vector<TARVChordShapePtr>> shapesCopyForKey(const std::string& key);
     std::optional<std::vector<TARVChordShapePtr>>
     shapesCopyForChord(const SChord& chord, const SStringedInstrumentTuning& inTuning);
     /// Merges `shapes` into the entry of the chord and tuning and keeps it sorted by badness.
     void addShapes(const std::vector<TARVChordShapePtr>& shapes, const SChord& forChord,
                    const SStringedInstrumentTuning& inTuning);
+    /// Stores nothing when the chord or the tuning is absent.
+    void addShapes(const std::vector<TARVChordShapePtr>& shapes, const SChordPtr& forChord,
+                   const std::shared_ptr<const SStringedInstrumentTuning>& inTuning);
 
     // Unlocked operations -------------------------------------------------------------------------
 
@@ -121,13 +116,13 @@ public:
     explicit TARVChordShapeCache(Unloaded) {}
 
 private:
-    using Entry = std::shared_ptr<TARVChordShapeCacheEntry>;
-    TARVChordShapeList viewOf(const Entry& entry) const;
-    Entry* lookupLoading(const std::string& key);
+    /// The entry of `key`, loading the per-tuning file of its note string on a miss; null when
+    /// there is still none. Runs with the lock held.
+    TARVChordShapeList lookupLoading(const std::string& key);
     /// Merges parsed chord lists into the map; `entries` pairs a key with its shapes.
     void mergeEntries(std::vector<std::pair<std::string, std::vector<TARVChordShapePtr>>> entries);
 
-    std::unordered_map<std::string, Entry> _cache;
+    std::unordered_map<std::string, TARVChordShapeList> _cache;
     std::mutex _lock;
 };
 

@@ -19,7 +19,8 @@ public:
     explicit NoteEntrySettings(const TARVPropertyListDecoder& decoder);
 
     /// Reads the XML or binary property list at `path`. Throws std::filesystem::filesystem_error
-    /// (with the path and the system's error code) when the file cannot be read, and
+    /// (with the path and the system's error code) when the file cannot be read or is not a
+    /// regular file (a folder, a FIFO, a device: nothing waits on them), and
     /// TARVSettingsDecodingError when its content does not decode.
     static NoteEntrySettings load(const std::filesystem::path& path);
     /// Decodes an XML or binary property list held in memory; throws TARVSettingsDecodingError.
