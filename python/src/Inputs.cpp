@@ -218,6 +218,25 @@ TuningPtr tuningWithChanges(const TuningPtr& tuning, std::optional<int> frets,
                       tuning->noteString(), tuning->stringOrderTransform());
 }
 
+TuningPtr tuningFromState(const std::vector<std::string>& pitches, int frets, int capo,
+                          const std::string& name, const std::string& noteString,
+                          std::optional<std::vector<std::int64_t>> transform) {
+    std::vector<SPitch> parsed;
+    for (const std::string& text : pitches) {
+        const std::optional<SPitch> pitch = SPitch::pitchWithString(text);
+        if (!pitch) {
+            throw py::value_error("cannot read the pitch " + inQuotes(text));
+        }
+        parsed.push_back(*pitch);
+    }
+    if (parsed.empty() || parsed.size() > kMaximumStringCount) {
+        throw py::value_error("a tuning has 1 to 255 strings, not " +
+                              std::to_string(parsed.size()));
+    }
+    return madeTuning(std::move(parsed), checkedByte(frets, 0, "frets"),
+                      checkedByte(capo, 0, "capo"), name, noteString, std::move(transform));
+}
+
 std::string defaultSettingsPath() {
     return (std::filesystem::path(TARVChordShapeCache::resourceDirectory()) / "settings" /
             "instruments.plist")

@@ -113,6 +113,10 @@ are equal when they hold the same pitch classes.
                         ", notes=" + tupleRepr(noteTuple(self.chord->notes())) + ")";
              })
         .def("__str__", [](const Chord& self) { return self.chord->symbol(); })
+        .def(py::pickle([](const Chord& self) { return py::make_tuple(self.chord->symbol()); },
+                        [](const py::tuple& state) {
+                            return Chord{chordForSymbol(state[0].cast<std::string>())};
+                        }))
         .def(
             "__eq__",
             [](const Chord& self, const py::object& other) -> py::object {
@@ -202,6 +206,20 @@ count or capo out of range.
             "constructor checks them.")
         .def("__repr__", [](const Tuning& self) { return tuningRepr(*self.tuning); })
         .def("__str__", [](const Tuning& self) { return tuningText(*self.tuning); })
+        .def(py::pickle(
+            [](const Tuning& self) {
+                const auto& tuning = *self.tuning;
+                return py::make_tuple(pitchTexts(tuning), int(tuning.fretCount()),
+                                      int(tuning.capo()), tuningName(tuning), tuning.noteString(),
+                                      tuning.stringOrderTransform());
+            },
+            [](const py::tuple& state) {
+                return Tuning{
+                    tuningFromState(state[0].cast<std::vector<std::string>>(), state[1].cast<int>(),
+                                    state[2].cast<int>(), state[3].cast<std::string>(),
+                                    state[4].cast<std::string>(),
+                                    state[5].cast<std::optional<std::vector<std::int64_t>>>())};
+            }))
         .def(
             "__eq__",
             [](const Tuning& self, const py::object& other) -> py::object {
@@ -289,6 +307,24 @@ or holds a tuning that no instrument can have.
                  return "Instrument(" + pythonRepr(self.name) +
                         ", frets=" + std::to_string(self.frets) + ", tunings=[" + names + "])";
              })
+        .def(py::pickle(
+            [](const Instrument& self) {
+                py::list tunings;
+                for (const TuningPtr& tuning : self.tunings) {
+                    tunings.append(Tuning{tuning});
+                }
+                return py::make_tuple(self.name, self.frets, self.capos, tunings);
+            },
+            [](const py::tuple& state) {
+                Instrument instrument;
+                instrument.name = state[0].cast<std::string>();
+                instrument.frets = state[1].cast<std::int64_t>();
+                instrument.capos = state[2].cast<std::vector<std::string>>();
+                for (const py::handle tuning : state[3].cast<py::list>()) {
+                    instrument.tunings.push_back(tuning.cast<const Tuning&>().tuning);
+                }
+                return instrument;
+            }))
         .def(
             "__eq__",
             [](const Instrument& self, const py::object& other) -> py::object {

@@ -55,6 +55,12 @@ TuningPtr tuningForObject(const py::handle& object, std::optional<int> frets,
 TuningPtr tuningWithChanges(const TuningPtr& tuning, std::optional<int> frets,
                             std::optional<int> capo, std::optional<std::string> name);
 
+/// The tuning a pickled `Tuning` holds: pitch texts from string 0 up, and the rest as the
+/// tuning has them. Throws py::value_error for values no tuning can have.
+TuningPtr tuningFromState(const std::vector<std::string>& pitches, int frets, int capo,
+                          const std::string& name, const std::string& noteString,
+                          std::optional<std::vector<std::int64_t>> transform);
+
 /// The instruments of the settings property list at `path` (the sample settings among the
 /// library's resources when absent). Throws py::value_error naming the file when it does not
 /// read or decode, or holds a tuning that cannot be made.

@@ -72,3 +72,13 @@ def test_supported_qualities_all_read():
     assert "" in qualities and "maj7" in qualities
     for quality in qualities:
         assert tarvguitar.chord("C" + quality).quality == quality
+
+
+def test_chord_pickles_and_copies():
+    import copy
+    import pickle
+
+    chord = tarvguitar.chord("Am7/G")
+    assert pickle.loads(pickle.dumps(chord)) == chord
+    assert pickle.loads(pickle.dumps(chord)).symbol == "Am7/G"
+    assert copy.deepcopy(chord) == chord

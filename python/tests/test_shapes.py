@@ -161,3 +161,13 @@ def test_to_dict_is_the_tools_shape_object():
     assert isinstance(dictionary, dict)
     assert dictionary["frets"] == shape.frets
     assert json.loads(json.dumps(dictionary)) == dictionary
+
+
+def test_shape_copies_are_the_shape_and_barres_pickle():
+    import copy
+    import pickle
+
+    shape = tarvguitar.shapes("Bm")[0]
+    assert copy.copy(shape) is shape and copy.deepcopy(shape) is shape
+    for barre in shape.barres:
+        assert pickle.loads(pickle.dumps(barre)) == barre

@@ -143,3 +143,12 @@ def test_settings_values_no_tuning_can_have_raise_value_error(tmp_path, values, 
         assert message in str(error)
     else:
         pytest.fail("no ValueError")
+
+
+def test_tunings_and_instruments_pickle():
+    import pickle
+
+    tuning = Tuning("D2 A2 D3 G3 B3 E4", name="Drop D", capo=3, frets=20)
+    assert pickle.loads(pickle.dumps(tuning)) == tuning
+    instrument = Instrument.from_settings(name="Ukulele")
+    assert pickle.loads(pickle.dumps(instrument)) == instrument
