@@ -12,7 +12,8 @@ import os
 import sys
 import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "tests"))
+# The script's folder holds the package's sources without the extension: import the built one.
+sys.path[0] = os.path.join(os.path.dirname(os.path.abspath(__file__)), "tests")
 
 import tarvguitar  # noqa: E402
 from tarvguitar import _core  # noqa: E402

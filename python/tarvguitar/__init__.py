@@ -25,21 +25,31 @@ if "TARV_GUITAR_RESOURCE_DIR" not in _os.environ and _os.path.isdir(_resources):
     _os.environ["TARV_GUITAR_RESOURCE_DIR"] = _resources
 
 from ._core import (  # noqa: E402
+    Barre,
     Chord,
     Instrument,
+    Shape,
     Tuning,
     chord,
     default_settings_path,
+    generate,
     library_version,
+    notation,
+    shapes,
     supported_qualities,
 )
 
 __version__ = library_version
 __all__ = [
+    "Barre",
     "Chord",
     "Instrument",
+    "Shape",
     "Tuning",
     "chord",
     "default_settings_path",
+    "generate",
+    "notation",
+    "shapes",
     "supported_qualities",
 ]

@@ -6,7 +6,7 @@ from concurrent.futures import ThreadPoolExecutor
 import tarvguitar
 from chords import chord_symbols
 
-LONG_SEARCH = ("C13#11", "B1 E2 A2 D3 G3 B3 E4 A4", False, 0, 24)
+LONG_SEARCH = ("C7", "E2 A2 D3 G3 B3 E4 A4 D5 G5 C6")
 TUNINGS = ["E2 A2 D3 G3 B3 E4", "D2 A2 D3 G3 B3 E4", "G4 C4 E4 A4", "B1 E2 A2 D3 G3 B3 E4"]
 
 
@@ -48,15 +48,19 @@ def test_the_search_lets_other_threads_run():
         time.sleep(0.05)
         rate = (counter[0] - before) / (time.perf_counter() - start)
 
-        before = counter[0]
-        start = time.perf_counter()
-        shapes = tarvguitar.generate(*LONG_SEARCH)
-        duration = time.perf_counter() - start
-        counted = counter[0] - before
+        shares = []
+        for _ in range(3):
+            before = counter[0]
+            start = time.perf_counter()
+            shapes = tarvguitar.shapes(*LONG_SEARCH, frets=24)
+            duration = time.perf_counter() - start
+            assert shapes
+            assert duration > 0.02, "the search is too short to tell"
+            shares.append((counter[0] - before) / (rate * duration))
     finally:
         stop.set()
         worker.join()
         sys.setswitchinterval(interval)
-    assert shapes
-    assert duration > 0.02, "the search is too short to tell"
-    assert counted > 0.2 * rate * duration, (counted, rate, duration)
+    # The counter's share of its own speed while a search ran (about 1 with the GIL released,
+    # at most a few switch intervals' worth, well under 0.2, with it held).
+    assert max(shares) > 0.2, shares

@@ -9,8 +9,8 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 
 namespace tarv::python {
@@ -210,10 +210,9 @@ included) at `fret` (counted from the capo).
                 return py::make_tuple(self.fret, self.lowString, self.highString, self.finger);
             },
             [](const py::tuple& state) {
-                return TARVFingering::Barre{state[0].cast<std::uint8_t>(),
-                                            state[1].cast<std::uint8_t>(),
-                                            state[2].cast<std::uint8_t>(),
-                                            state[3].cast<std::uint8_t>()};
+                return TARVFingering::Barre{
+                    state[0].cast<std::uint8_t>(), state[1].cast<std::uint8_t>(),
+                    state[2].cast<std::uint8_t>(), state[3].cast<std::uint8_t>()};
             }))
         .def("__hash__", [](const TARVFingering::Barre& self) {
             return py::hash(
@@ -249,14 +248,15 @@ Per-string tuples (`fingers`) start at string 0, the last string of the fret tex
             "fingers",
             [](const Shape& self) {
                 const auto& fingers = self.shape.fingering().fingers();
-                py::tuple tuple(fingers.size());
-                for (std::size_t index = 0; index < fingers.size(); ++index) {
-                    tuple[index] = py::int_(fingers[index]);
+                const std::size_t strings = self.shape.frets().size();
+                py::tuple tuple(strings);
+                for (std::size_t index = 0; index < strings; ++index) {
+                    tuple[index] = py::int_(index < fingers.size() ? fingers[index] : 0);
                 }
                 return tuple;
             },
-            "The finger of every string, string 0 first: 0 none (open or muted), 1 index to 4 "
-            "little finger, 5 the thumb.")
+            "The finger of every string, string 0 first: 0 none (open or muted, or no hand can "
+            "hold the shape), 1 index to 4 little finger, 5 the thumb.")
         .def_property_readonly(
             "fingering", [](const Shape& self) { return self.shape.fingering().text(); },
             "The fingers as chord books print them under a diagram, lowest string first: "
@@ -403,8 +403,9 @@ scored by the playability model. Arguments and errors as for `shapes`.
         },
         py::arg("frets"), py::arg("tuning") = py::none(), py::arg("chord") = py::none(), R"doc(
 The shape of a fret text ("x,3,2,0,1,0", or "x32010" one character a string), lowest string
-first, in `tuning` (the standard guitar tuning when None). With `chord`, the shape is fingered
-and scored as a voicing of it.
+first, frets counted from the capo, in `tuning` (the standard guitar tuning when None). With
+`chord`, the shape is fingered and scored as a voicing of it; without, it is fingered (no
+fingers when no hand can hold it) and its score is 0.
 
 Raises ValueError when the text does not read, has another number of strings than the tuning,
 or, with a chord, no hand can hold it.
@@ -424,9 +425,10 @@ or, with a chord, no hand can hold it.
             const auto start = std::chrono::steady_clock::now();
             for (int repeat = 0; repeat < repeats; ++repeat) {
                 for (const std::string& symbol : symbols) {
-                    count += TARVShapeQuery::shapes(SChord::chordWithString(symbol), readTuning,
-                                                    ranking, options)
-                                 .size();
+                    count += std::min(TARVShapeQuery::shapes(SChord::chordWithString(symbol),
+                                                             readTuning, ranking, options)
+                                          .size(),
+                                      maximum);
                 }
             }
             const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
