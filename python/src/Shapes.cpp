@@ -231,8 +231,10 @@ Per-string tuples (`fingers`) start at string 0, the last string of the fret tex
             "Frets count from the capo.")
         .def_property_readonly(
             "base_fret", [](const Shape& self) { return int(self.shape.baseFret()); },
-            "The fret a chord box starts at: 0 when the shape fits the first four frets from the "
-            "nut, otherwise its lowest fretted fret.")
+            "The fret the chord diagram starts at: 0 when the shape fits the first four frets "
+            "from the nut, otherwise its lowest fretted fret. (The \"baseFret\" of `to_dict()` "
+            "is the fret its indicators count from: the lowest sounding fret, 0 with an open "
+            "string.)")
         .def_property_readonly(
             "barres",
             [](const Shape& self) {

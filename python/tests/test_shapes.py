@@ -166,6 +166,21 @@ def test_to_dict_is_the_tools_shape_object():
     assert json.loads(json.dumps(dictionary)) == dictionary
 
 
+@pytest.mark.parametrize("symbol", ["C", "Bm7", "F", "Gsus4/D", "Ebmaj9"])
+def test_attributes_agree_with_to_dict(symbol):
+    for shape in tarvguitar.shapes(symbol, limit=8) + tarvguitar.generate(symbol):
+        dictionary = shape.to_dict()
+        assert dictionary["rank"] == shape.rank
+        assert dictionary["frets"] == shape.frets
+        assert dictionary["score"] == pytest.approx(shape.score, abs=0.0005)
+        assert dictionary.get("badness") == shape.badness
+        assert tuple(dictionary["fingers"]) == shape.fingers
+        assert tuple(dictionary["notes"]) == shape.notes
+        assert [(b["fret"], b["lowString"], b["highString"], b["finger"])
+                for b in dictionary["barres"]] == [
+            (b.fret, b.low_string, b.high_string, b.finger) for b in shape.barres]
+
+
 def test_shape_copies_are_the_shape_and_barres_pickle():
     import copy
     import pickle

@@ -11,6 +11,8 @@ def test_repr_svg_is_one_svg_document():
     root = ElementTree.fromstring(text)
     assert root.tag in (SVG, "svg")
     assert not [element for element in root.iter() if element.tag in (SVG, "svg")][1:]
+    assert root.get("class") == "chord-diagram"
+    assert text.count("chord-diagram") == 1
     assert text == shape.svg()
     assert "Cmaj7" in text
 
