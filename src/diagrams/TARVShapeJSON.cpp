@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 namespace tarv {
 
@@ -78,9 +79,16 @@ public:
         if (rounded == 0) {
             rounded = 0; // no "-0"
         }
+        // The shortest text that reads back as the same number (std::to_chars for doubles is
+        // missing from some C++ libraries).
         char buffer[32];
-        const auto result = std::to_chars(buffer, buffer + sizeof buffer, rounded);
-        _out.append(buffer, result.ptr);
+        for (int precision = 1; precision <= 17; ++precision) {
+            std::snprintf(buffer, sizeof buffer, "%.*g", precision, rounded);
+            if (std::strtod(buffer, nullptr) == rounded) {
+                break;
+            }
+        }
+        _out += buffer;
     }
     void raw(std::string_view text) { _out += text; }
     void key(std::string_view name) {
