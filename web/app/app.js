@@ -138,7 +138,7 @@ function requestOf(state) {
 // --- Diagrams ----------------------------------------------------------------------------------------
 
 function showMessage(text) {
-    elements.message.textContent = text;
+    elements.message.textContent = text ? text[0].toUpperCase() + text.slice(1) : '';
     elements.message.hidden = !text;
 }
 
@@ -158,12 +158,14 @@ function update() {
     markInvalid(elements.chord, false);
     markInvalid(elements.custom, false);
     let answer;
+    let request;
     try {
         const options = requestOf(state);
         if (!state.chord.trim()) {
             throw new TARVGuitarError('Type a chord symbol, such as C, Am7 or F#m7b5.');
         }
         answer = library.shapes(state.chord, options);
+        request = options;
     } catch (error) {
         const text = describe(error);
         markInvalid(/tuning|pitch|string/i.test(text) ? elements.custom : elements.chord, true);
@@ -173,16 +175,17 @@ function update() {
         return;
     }
     showMessage('');
-    drawAnswer(answer, state);
+    drawAnswer(answer, state, request);
 }
 
-function drawAnswer(answer, state) {
+function drawAnswer(answer, state, options) {
     const chordName = answer.chord.symbol;
+    const sounding = library.tuning(options);
     const items = answer.shapes.map((shape, index) => {
         const item = document.createElement('li');
         const button = document.createElement('button');
         button.type = 'button';
-        button.className = 'diagram';
+        button.className = 'chord-card';
         button.dataset.frets = shape.frets;
         button.setAttribute('aria-label', `${chordName}, shape ${index + 1}: ${shape.frets}. Play`);
         button.innerHTML = library.svg(shape, { leftHanded: state.left, caption: chordName });
@@ -190,7 +193,7 @@ function drawAnswer(answer, state) {
         caption.className = 'caption';
         caption.textContent = shape.frets;
         button.append(caption);
-        button.addEventListener('click', () => strum(button, shape, answer.tuning));
+        button.addEventListener('click', () => strum(button, shape, sounding));
         item.append(button);
         return item;
     });

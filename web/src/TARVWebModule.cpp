@@ -103,9 +103,6 @@ std::optional<int> numberField(const json& request, const char* name) {
 SStringedInstrumentTuningPtr tuningOfRequest(const json& request) {
     TuningRequest tuning;
     tuning.pitches = textField(request, "tuning");
-    if (tuning.pitches && trimmed(*tuning.pitches).empty()) {
-        tuning.pitches.reset();
-    }
     tuning.name = textField(request, "tuningName");
     tuning.fretCount = numberField(request, "frets");
     tuning.capo = numberField(request, "capo");
@@ -137,10 +134,8 @@ json chordJson(const SChord& chord) {
 
 json tuningJson(const SStringedInstrumentTuning& tuning) {
     json pitches = json::array();
-    json semitones = json::array();
     for (const SPitch& pitch : tuning.stringPitches()) {
         pitches.push_back(pitch.string());
-        semitones.push_back(pitch.absoluteSemitone());
     }
     json object = json::object();
     object["name"] = tuning.name() ? *tuning.name() : std::string();
@@ -149,7 +144,6 @@ json tuningJson(const SStringedInstrumentTuning& tuning) {
     object["pitches"] = std::move(pitches);
     object["fretCount"] = tuning.fretCount();
     object["capo"] = tuning.capo();
-    object["semitones"] = std::move(semitones);
     return object;
 }
 
@@ -265,9 +259,20 @@ const char* tarv_web_chord(const char* symbol) {
     });
 }
 
-/// {"tuning", "tuningName", "frets", "capo"} -> the tuning the library reads from it.
+/// {"tuning", "tuningName", "frets", "capo"} -> the tuning the library reads from it, with the
+/// "semitones" of its open strings.
 const char* tarv_web_tuning(const char* requestText) {
-    return guarded([&] { return answer(tuningJson(*tuningOfRequest(parsedRequest(requestText)))); });
+    return guarded([&] {
+        const SStringedInstrumentTuningPtr tuning = tuningOfRequest(parsedRequest(requestText));
+        json object = tuningJson(*tuning);
+        // Semitones above C0 of the open strings, string 0 first: what a player hears.
+        json semitones = json::array();
+        for (const SPitch& pitch : tuning->stringPitches()) {
+            semitones.push_back(pitch.absoluteSemitone());
+        }
+        object["semitones"] = std::move(semitones);
+        return answer(object);
+    });
 }
 
 /// {"frets": "x,3,2,0,1,0", "caption"} -> {"svg": "<svg ...>"}.
