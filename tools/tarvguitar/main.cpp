@@ -1,6 +1,7 @@
 #include "InputReading.hpp"
 #include "JsonFormatter.hpp"
 #include "OutputFormatter.hpp"
+#include "RankingData.hpp"
 #include "SettingsReading.hpp"
 #include "ShapeCacheBuilding.hpp"
 #include "SvgFormatter.hpp"
@@ -10,6 +11,7 @@
 #include "tarv/cache/TARVDataZLib.hpp"
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVPlayabilityModel.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <CLI/CLI.hpp>
@@ -25,6 +27,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -543,6 +546,37 @@ private:
     }
 };
 
+/// `ranking-data`: what the playability model is fitted on, and how a model ranks the
+/// well-known shapes.
+struct RankingDataCommand {
+    std::string shapesDirectory;
+    std::string weightsPath;
+    CLI::Option* weightsOption = nullptr;
+    std::vector<int> roots;
+
+    int run() const {
+        const std::vector<WellKnownShapeFile> files = readWellKnownShapeFiles(shapesDirectory);
+        if (weightsOption->count() == 0) {
+            writeRankingData(std::cout, files);
+            return 0;
+        }
+        std::ifstream stream(weightsPath, std::ios::binary);
+        if (!stream) {
+            throw InputError("cannot read the weights file \"" + weightsPath + "\"");
+        }
+        const std::string text{std::istreambuf_iterator<char>(stream),
+                               std::istreambuf_iterator<char>()};
+        TARVPlayabilityModel model = TARVPlayabilityModel::shared();
+        try {
+            model = TARVPlayabilityModel::modelWithJSON(text);
+        } catch (const std::invalid_argument& error) {
+            throw InputError(error.what());
+        }
+        writeRankingCheck(std::cout, files, model, std::set<int>(roots.begin(), roots.end()));
+        return 0;
+    }
+};
+
 void addFormatOptions(CLI::App& command, std::string& format, bool* ascii,
                       const std::vector<std::string>& formats) {
     command
@@ -671,6 +705,27 @@ int main(int argc, char** argv) {
         "--check finds a file missing or different, 2 when the well-known shapes cannot be "
         "read.");
 
+    RankingDataCommand rankingData;
+    CLI::App* rankingDataCommand = app.add_subcommand(
+        "ranking-data", "The data the playability model is fitted on: every voicing of every "
+                        "well-known chord with its features (JSON lines)");
+    rankingData.shapesDirectory = TARV_DEFAULT_SHAPES_DIR;
+    rankingDataCommand
+        ->add_option("--shapes-dir", rankingData.shapesDirectory,
+                     "The folder of the well-known shape files (*.json)")
+        ->type_name("DIR");
+    rankingData.weightsOption =
+        rankingDataCommand
+            ->add_option("--check", rankingData.weightsPath,
+                         "Instead, rank every well-known chord with the weights of FILE and "
+                         "print where its well-known shape lands (0: not in the first 20)")
+            ->type_name("FILE");
+    rankingDataCommand
+        ->add_option("--roots", rankingData.roots,
+                     "With --check, only chords of these roots (0 = C ... 11 = B)")
+        ->type_name("N")
+        ->check(CLI::Range(0, 11));
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -693,6 +748,9 @@ int main(int argc, char** argv) {
         }
         if (buildCacheCommand->parsed()) {
             return buildCache.run();
+        }
+        if (rankingDataCommand->parsed()) {
+            return rankingData.run();
         }
         return chord.run();
     } catch (const std::exception& error) {

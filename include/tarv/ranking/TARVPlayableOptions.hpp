@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace tarv {
+
+class SStringedInstrumentTuning;
+class TARVPlayabilityModel;
+
+/// What the playable search may answer, and for which hand and instrument.
+struct TARVPlayableOptions {
+    /// How many shapes the ranked list holds at most.
+    std::size_t maximumShapes = 20;
+    /// The most frets between the lowest and the highest fretted note (4: a finger per fret and
+    /// one fret of stretch).
+    std::uint8_t maximumSpan = 4;
+    /// The widest reach of the hand in millimetres, between the finger positions (just behind
+    /// the frets) of the lowest and the highest fretted note; it matters on long scales near
+    /// the nut, where frets are widest.
+    double maximumReach = 115.0;
+    /// The thumb may fret the string at the edge of the neck.
+    bool allowThumb = false;
+    /// Tones that the chord marks as omittable (not characteristic) may be left out, at a cost.
+    bool allowDroppedTones = true;
+    /// Scale length in millimetres; absent means `defaultScaleLength` of the tuning.
+    std::optional<double> scaleLength;
+    /// The lowest-sounding string must play the root, or the bass of a slash chord. Absent
+    /// means `defaultRootInBass` of the tuning: required on instruments with a bass register,
+    /// a cost elsewhere (a re-entrant ukulele has no bass string).
+    std::optional<bool> requireRootInBass;
+    /// The model that scores voicings; null means the model compiled into the library.
+    const TARVPlayabilityModel* model = nullptr;
+
+    /// 350 mm (soprano ukulele, mandolin, charango) when every string is tuned at G3 or above;
+    /// 480 mm (baritone ukulele) for four strings at C3 or above; 864 mm (bass) when every
+    /// string lies below C3; 648 mm (guitar) otherwise.
+    static double defaultScaleLength(const SStringedInstrumentTuning& tuning);
+    /// True when the lowest open string lies below C3.
+    static bool defaultRootInBass(const SStringedInstrumentTuning& tuning);
+};
+
+} // namespace tarv

@@ -1,0 +1,324 @@
+#include "tarv/ranking/TARVFingering.hpp"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace tarv {
+
+namespace {
+
+struct Position {
+    std::uint8_t string;
+    std::int8_t fret;
+};
+
+/// What one finger holds: a note, or the adjacent strings `string` down to `lowString` at one
+/// fret (a barre of a finger other than the index).
+struct Unit {
+    std::uint8_t string;
+    std::uint8_t lowString;
+    std::int8_t fret;
+};
+
+/// Strain of a barre: laying one costs a little, and more the more strings it holds.
+constexpr double kBarreStrain = 0.5;
+constexpr double kBarreStringStrain = 0.1;
+/// The thumb is used only where it helps.
+constexpr double kThumbStrain = 1.0;
+/// Fingers squeezed closer than a fret apart for every finger between them.
+constexpr double kCrampStrain = 0.25;
+
+struct Candidate {
+    std::array<std::uint8_t, 4> fingerOfPosition{};
+    double stretch = 0;
+    double crossing = 0;
+    double strain = std::numeric_limits<double>::infinity();
+};
+
+/// The best way to give `positions` (sorted by fret, then thicker string first) distinct
+/// fingers from `available` (ascending), after a barre of finger 1 at `barreFret` when
+/// `barreFret` > 0.
+Candidate assignFingers(const std::vector<Unit>& positions,
+                        const std::vector<std::uint8_t>& available, std::int8_t barreFret) {
+    Candidate best;
+    const std::size_t k = positions.size();
+    const std::size_t n = available.size();
+    if (k > n) {
+        return best;
+    }
+    // Fingers keep their order along the neck: a higher finger never frets lower than a
+    // lower one. So positions in fret order take an increasing choice of fingers, and only
+    // the choice of which fingers is searched.
+    std::array<std::size_t, 4> pick{};
+    for (std::size_t i = 0; i < k; ++i) {
+        pick[i] = i;
+    }
+    for (;;) {
+        double stretch = 0;
+        double cramp = 0;
+        int previousFinger = barreFret > 0 ? 1 : 0;
+        int previousFret = barreFret;
+        for (std::size_t i = 0; i < k; ++i) {
+            const int finger = available[pick[i]];
+            const int fret = positions[i].fret;
+            if (previousFinger != 0) {
+                const int gap = fret - previousFret;
+                const int natural = finger - previousFinger;
+                stretch += std::max(0, gap - natural);
+                cramp += std::max(0, natural - 1 - gap);
+            }
+            previousFinger = finger;
+            previousFret = fret;
+        }
+        const double strain = stretch + kCrampStrain * cramp;
+        if (strain < best.strain) {
+            best.strain = strain;
+            best.stretch = stretch;
+            for (std::size_t i = 0; i < k; ++i) {
+                best.fingerOfPosition[i] = available[pick[i]];
+            }
+        }
+        // Next increasing choice of k of the n fingers.
+        std::size_t i = k;
+        while (i > 0 && pick[i - 1] == n - k + i - 1) {
+            --i;
+        }
+        if (i == 0) {
+            break;
+        }
+        ++pick[i - 1];
+        for (std::size_t j = i; j < k; ++j) {
+            pick[j] = pick[j - 1] + 1;
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+TARVFingering::TARVFingering(std::vector<std::uint8_t> fingers, std::vector<Barre> barres,
+                             double stretch, double crossing)
+    : _fingers(std::move(fingers)), _barres(std::move(barres)), _stretch(stretch),
+      _crossing(crossing) {}
+
+std::uint8_t TARVFingering::fingerCount() const noexcept {
+    std::array<bool, 6> used{};
+    for (const std::uint8_t finger : _fingers) {
+        if (finger != kNone && finger <= kThumb) {
+            used[finger] = true;
+        }
+    }
+    for (const Barre& barre : _barres) {
+        if (barre.finger <= kThumb) {
+            used[barre.finger] = true;
+        }
+    }
+    return static_cast<std::uint8_t>(std::count(used.begin() + 1, used.end(), true));
+}
+
+bool TARVFingering::usesThumb() const noexcept {
+    return std::find(_fingers.begin(), _fingers.end(), kThumb) != _fingers.end();
+}
+
+double TARVFingering::strain() const noexcept {
+    double strain = _stretch + _crossing;
+    for (const Barre& barre : _barres) {
+        strain += kBarreStrain + kBarreStringStrain * (barre.highString - barre.lowString + 1);
+    }
+    return strain + (usesThumb() ? kThumbStrain : 0.0);
+}
+
+std::string TARVFingering::text() const {
+    std::string text;
+    for (std::size_t i = _fingers.size(); i-- > 0;) {
+        const std::uint8_t finger = _fingers[i];
+        if (finger == kThumb) {
+            text += 'T';
+        } else if (finger == kNone) {
+            text += '-';
+        } else {
+            text += static_cast<char>('0' + finger);
+        }
+        if (i != 0) {
+            text += ',';
+        }
+    }
+    return text;
+}
+
+std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const std::int8_t> frets,
+                                                              const Hand& hand) {
+    const std::size_t stringCount = frets.size();
+    std::vector<Position> fretted;
+    for (std::size_t s = 0; s < stringCount; ++s) {
+        if (frets[s] > 0) {
+            fretted.push_back({static_cast<std::uint8_t>(s), frets[s]});
+        }
+    }
+    if (fretted.empty()) {
+        return TARVFingering(std::vector<std::uint8_t>(stringCount, kNone), {}, 0, 0);
+    }
+    // Fret order, and at one fret the thicker string (higher number) first: that is how
+    // fingers 1 to 4 fall on the strings of a relaxed hand.
+    std::sort(fretted.begin(), fretted.end(), [](const Position& a, const Position& b) {
+        return a.fret != b.fret ? a.fret < b.fret : a.string > b.string;
+    });
+    const std::int8_t lowest = fretted.front().fret;
+
+    struct Choice {
+        double strain = std::numeric_limits<double>::infinity();
+        std::vector<std::uint8_t> fingers;
+        std::vector<Barre> barres;
+        double stretch = 0;
+        double crossing = 0;
+    };
+    Choice best;
+
+    const auto consider = [&](const std::optional<Barre>& barre, bool thumb) {
+        std::vector<Position> rest;
+        std::optional<Position> thumbPosition;
+        double crossing = 0;
+        for (const Position& position : fretted) {
+            if (thumb && position.string == stringCount - 1) {
+                thumbPosition = position;
+                continue;
+            }
+            if (barre && position.string >= barre->lowString &&
+                position.string <= barre->highString && position.fret == barre->fret) {
+                continue;
+            }
+            if (barre && position.fret == barre->fret) {
+                // Another finger beside the barre at its own fret.
+                crossing += 1;
+            }
+            rest.push_back(position);
+        }
+        if (thumb) {
+            if (!thumbPosition) {
+                return;
+            }
+            const std::int8_t handFret =
+                barre ? barre->fret : (rest.empty() ? thumbPosition->fret : rest.front().fret);
+            if (thumbPosition->fret < handFret - 1 || thumbPosition->fret > handFret + 1) {
+                return;
+            }
+        }
+        std::vector<std::uint8_t> available;
+        for (std::uint8_t finger = barre ? 2 : 1; finger <= 4; ++finger) {
+            available.push_back(finger);
+        }
+        // Runs of adjacent strings at one fret that one finger may hold flat.
+        std::vector<std::pair<std::size_t, std::size_t>> runs;
+        for (std::size_t i = 0; i < rest.size();) {
+            std::size_t j = i + 1;
+            while (j < rest.size() && rest[j].fret == rest[i].fret &&
+                   rest[j - 1].string == rest[j].string + 1) {
+                ++j;
+            }
+            if (j - i >= 2 && runs.size() < 4) {
+                runs.emplace_back(i, j);
+            }
+            i = j;
+        }
+        for (unsigned merged = 0; merged < (1u << runs.size()); ++merged) {
+            std::vector<Unit> units;
+            std::vector<std::size_t> unitStart;
+            for (std::size_t i = 0; i < rest.size();) {
+                std::size_t end = i + 1;
+                for (std::size_t r = 0; r < runs.size(); ++r) {
+                    if ((merged & (1u << r)) != 0 && runs[r].first == i) {
+                        end = runs[r].second;
+                    }
+                }
+                units.push_back({rest[i].string, rest[end - 1].string, rest[i].fret});
+                unitStart.push_back(i);
+                i = end;
+            }
+            const Candidate candidate =
+                assignFingers(units, available, barre ? barre->fret : std::int8_t{0});
+            if (!(candidate.strain < std::numeric_limits<double>::infinity())) {
+                continue;
+            }
+            double strain = candidate.strain + crossing;
+            std::vector<Barre> chosenBarres;
+            if (barre) {
+                chosenBarres.push_back(*barre);
+            }
+            for (std::size_t u = 0; u < units.size(); ++u) {
+                if (units[u].string != units[u].lowString) {
+                    chosenBarres.push_back({static_cast<std::uint8_t>(units[u].fret),
+                                            units[u].lowString, units[u].string,
+                                            candidate.fingerOfPosition[u]});
+                }
+            }
+            for (const Barre& laid : chosenBarres) {
+                strain +=
+                    kBarreStrain + kBarreStringStrain * (laid.highString - laid.lowString + 1);
+            }
+            if (thumb) {
+                strain += kThumbStrain;
+            }
+            // Fewer fingers win a tie.
+            strain += 0.001 * static_cast<double>(units.size());
+            if (strain < best.strain) {
+                best.strain = strain;
+                best.fingers.assign(stringCount, kNone);
+                for (const Barre& laid : chosenBarres) {
+                    for (std::uint8_t string = laid.lowString; string <= laid.highString;
+                         ++string) {
+                        best.fingers[string] = laid.finger;
+                    }
+                }
+                for (std::size_t u = 0; u < units.size(); ++u) {
+                    best.fingers[units[u].string] = candidate.fingerOfPosition[u];
+                }
+                if (thumbPosition) {
+                    best.fingers[thumbPosition->string] = kThumb;
+                }
+                best.barres = std::move(chosenBarres);
+                best.stretch = candidate.stretch;
+                best.crossing = crossing;
+            }
+        }
+    };
+
+    // Barres of the index finger at the lowest fret: both ends at that fret, and every string
+    // between them sounding at it or higher.
+    std::vector<Barre> barres;
+    for (std::size_t low = 0; low < stringCount; ++low) {
+        if (frets[low] != lowest) {
+            continue;
+        }
+        for (std::size_t high = low + 1; high < stringCount; ++high) {
+            if (frets[high] < lowest) {
+                break;
+            }
+            if (frets[high] == lowest) {
+                barres.push_back({static_cast<std::uint8_t>(lowest), static_cast<std::uint8_t>(low),
+                                  static_cast<std::uint8_t>(high), 1});
+            }
+        }
+    }
+    for (const bool thumb : {false, true}) {
+        if (thumb && !hand.allowThumb) {
+            break;
+        }
+        consider(std::nullopt, thumb);
+        for (const Barre& barre : barres) {
+            if (thumb && barre.highString == stringCount - 1) {
+                continue;
+            }
+            consider(barre, thumb);
+        }
+    }
+    if (!(best.strain < std::numeric_limits<double>::infinity())) {
+        return std::nullopt;
+    }
+    std::sort(best.barres.begin(), best.barres.end(),
+              [](const Barre& a, const Barre& b) { return a.fret < b.fret; });
+    return TARVFingering(std::move(best.fingers), std::move(best.barres), best.stretch,
+                         best.crossing);
+}
+
+} // namespace tarv

@@ -1,0 +1,217 @@
+#include "tarv/ranking/TARVPlayabilityModel.hpp"
+
+#include "tarv/instruments/SStringedInstrumentTuning.hpp"
+#include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVPlayableOptions.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace tarv {
+
+// The text of resources/ranking/model.json, compiled in by the build.
+extern const char* const kTARVPlayabilityModelJSON;
+
+namespace {
+
+constexpr std::array<std::string_view, TARVPlayabilityModel::FeatureCount> kFeatureNames = {
+    "reach",        "position",  "fingers",           "barre",
+    "barreStrings", "stretch",   "crossing",          "thumb",
+    "open",         "mutedBass", "mutedTreble",       "mutedInner",
+    "thinVoicing",  "doubled",   "dropped",           "rootNotInBass",
+    "register",     "fretRange", "openWithHighFrets", "openAwayFromNut",
+    "familiarForm",
+};
+
+constexpr double kShortScaleLimit = 480.0;
+
+[[noreturn]] void unreadable(const std::string& what) {
+    throw std::invalid_argument("playability model: " + what);
+}
+
+TARVPlayabilityModel::Weights readWeights(const nlohmann::json& family, const char* name) {
+    TARVPlayabilityModel::Weights weights{};
+    if (!family.is_object() || !family.contains("weights") || !family["weights"].is_object()) {
+        unreadable(std::string("family \"") + name + "\" has no \"weights\" object");
+    }
+    const nlohmann::json& values = family["weights"];
+    for (std::size_t i = 0; i < weights.size(); ++i) {
+        const auto found = values.find(std::string(kFeatureNames[i]));
+        if (found == values.end()) {
+            continue;
+        }
+        if (!found->is_number()) {
+            unreadable("\"" + std::string(kFeatureNames[i]) + "\" is not a number");
+        }
+        weights[i] = found->get<double>();
+    }
+    return weights;
+}
+
+/// The form key of a form text ("x,3,2,0,1,0", highest string number first).
+std::uint64_t keyOfFormText(std::string text) {
+    // "@" marks a form with open strings; the others are movable and are read one fret up, so
+    // that their lowest fret is not taken for an open string.
+    const bool fixed = !text.empty() && text.front() == '@';
+    if (fixed) {
+        text.erase(0, 1);
+    }
+    std::vector<std::int8_t> byString;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        const std::size_t end = std::min(text.find(',', start), text.size());
+        const std::string part = text.substr(start, end - start);
+        if (part == "x") {
+            byString.push_back(-1);
+        } else {
+            int value = 0;
+            for (const char c : part) {
+                if (c < '0' || c > '9' || value > 100) {
+                    return 0;
+                }
+                value = value * 10 + (c - '0');
+            }
+            if (part.empty()) {
+                return 0;
+            }
+            byString.push_back(static_cast<std::int8_t>(fixed ? value : value + 1));
+        }
+        start = end + 1;
+    }
+    std::reverse(byString.begin(), byString.end());
+    return TARVPlayabilityModel::formKey(byString.data(), byString.size());
+}
+
+} // namespace
+
+std::string_view TARVPlayabilityModel::featureName(Feature feature) noexcept {
+    return feature < FeatureCount ? kFeatureNames[feature] : std::string_view();
+}
+
+TARVPlayabilityModel TARVPlayabilityModel::modelWithJSON(std::string_view text) {
+    const nlohmann::json tree = nlohmann::json::parse(text, nullptr, false);
+    if (tree.is_discarded() || !tree.is_object()) {
+        unreadable("not a JSON object");
+    }
+    if (!tree.contains("families") || !tree["families"].is_object()) {
+        unreadable("no \"families\" object");
+    }
+    const nlohmann::json& families = tree["families"];
+    TARVPlayabilityModel model(readWeights(families.value("long", nlohmann::json()), "long"),
+                               readWeights(families.value("short", nlohmann::json()), "short"));
+    if (tree.contains("forms")) {
+        if (!tree["forms"].is_object()) {
+            unreadable("\"forms\" is not an object");
+        }
+        for (const auto& [group, forms] : tree["forms"].items()) {
+            if (!forms.is_object()) {
+                unreadable("forms of \"" + group + "\" are not an object");
+            }
+            FormTable& table = model._forms[group];
+            for (const auto& [form, share] : forms.items()) {
+                const std::uint64_t key = keyOfFormText(form);
+                if (!share.is_number() || key == 0) {
+                    unreadable("form \"" + form + "\" of \"" + group + "\" does not read");
+                }
+                table[key] = share.get<double>();
+            }
+        }
+    }
+    return model;
+}
+
+const TARVPlayabilityModel& TARVPlayabilityModel::shared() {
+    static const TARVPlayabilityModel model = modelWithJSON(kTARVPlayabilityModelJSON);
+    return model;
+}
+
+TARVPlayabilityModel::Family
+TARVPlayabilityModel::familyOfTuning(const SStringedInstrumentTuning& tuning) {
+    return TARVPlayableOptions::defaultScaleLength(tuning) <= kShortScaleLimit ? Family::Short
+                                                                               : Family::Long;
+}
+
+double TARVPlayabilityModel::score(const Features& features, Family family) const noexcept {
+    const Weights& weights = this->weights(family);
+    double sum = 0;
+    for (std::size_t i = 0; i < FeatureCount; ++i) {
+        sum += weights[i] * features[i];
+    }
+    return sum;
+}
+
+std::string TARVPlayabilityModel::tuningSignature(const SStringedInstrumentTuning& tuning) {
+    const auto& pitches = tuning.stringPitches();
+    std::string signature;
+    for (std::size_t s = pitches.size(); s-- > 1;) {
+        if (!signature.empty()) {
+            signature += ',';
+        }
+        signature +=
+            std::to_string(pitches[s - 1].absoluteSemitone() - pitches[s].absoluteSemitone());
+    }
+    return signature;
+}
+
+std::string TARVPlayabilityModel::qualityKey(const SChord& chord) {
+    std::string key = chord.quality();
+    if (chord.addedBase()) {
+        const int interval =
+            ((chord.addedBase()->noteValue() - chord.root().noteValue()) % 12 + 12) % 12;
+        key += "/" + std::to_string(interval);
+    }
+    return key;
+}
+
+const TARVPlayabilityModel::FormTable*
+TARVPlayabilityModel::formsFor(const std::string& signature, const std::string& qualityKey) const {
+    const auto found = _forms.find(signature + "|" + qualityKey);
+    return found == _forms.end() ? nullptr : &found->second;
+}
+
+std::uint64_t TARVPlayabilityModel::formKey(const std::int8_t* frets, std::size_t count) noexcept {
+    if (count > 16) {
+        return 0;
+    }
+    int lowest = -1;
+    for (std::size_t s = 0; s < count; ++s) {
+        if (frets[s] >= 0 && (lowest < 0 || frets[s] < lowest)) {
+            lowest = frets[s];
+        }
+    }
+    std::uint64_t key = 0;
+    if (lowest == 0) {
+        // A shape with open strings does not move along the neck: its form is itself, marked
+        // apart from movable forms by the top bit.
+        key = std::uint64_t{1} << 63;
+    }
+    for (std::size_t s = 0; s < count; ++s) {
+        const int value = frets[s] < 0 ? 0 : frets[s] - lowest + 1;
+        if (value > 15 || (lowest == 0 && s == 15)) {
+            return 0;
+        }
+        key |= static_cast<std::uint64_t>(value) << (4 * s);
+    }
+    return key;
+}
+
+std::string TARVPlayabilityModel::formText(const std::int8_t* frets, std::size_t count) {
+    int lowest = -1;
+    for (std::size_t s = 0; s < count; ++s) {
+        if (frets[s] >= 0 && (lowest < 0 || frets[s] < lowest)) {
+            lowest = frets[s];
+        }
+    }
+    std::string text = lowest == 0 ? "@" : "";
+    for (std::size_t s = count; s-- > 0;) {
+        text += frets[s] < 0 ? std::string("x") : std::to_string(frets[s] - lowest);
+        if (s != 0) {
+            text += ',';
+        }
+    }
+    return text;
+}
+
+} // namespace tarv

@@ -1,0 +1,63 @@
+#include "tarv/ranking/TARVPlayableShape.hpp"
+
+#include "TARVFretGeometry.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarv {
+
+TARVPlayableShape::TARVPlayableShape(std::vector<std::int8_t> frets, TARVFingering fingering,
+                                     std::vector<Term> terms)
+    : _frets(std::move(frets)), _fingering(std::move(fingering)), _terms(std::move(terms)) {
+    for (const Term& term : _terms) {
+        _score += term.contribution();
+    }
+}
+
+double TARVPlayableShape::termValue(std::string_view name) const noexcept {
+    for (const Term& term : _terms) {
+        if (term.name == name) {
+            return term.value;
+        }
+    }
+    return 0;
+}
+
+std::string TARVPlayableShape::fretText() const {
+    std::string text;
+    for (std::size_t i = _frets.size(); i-- > 0;) {
+        text += _frets[i] < 0 ? std::string("x") : std::to_string(_frets[i]);
+        if (i != 0) {
+            text += ',';
+        }
+    }
+    return text;
+}
+
+std::uint8_t TARVPlayableShape::lowestFret() const noexcept {
+    return static_cast<std::uint8_t>(ranking::lowestFret(_frets));
+}
+
+std::uint8_t TARVPlayableShape::highestFret() const noexcept {
+    return static_cast<std::uint8_t>(ranking::highestFret(_frets));
+}
+
+std::uint8_t TARVPlayableShape::baseFret() const noexcept {
+    return highestFret() <= 4 ? 0 : lowestFret();
+}
+
+TARVChordShapePtr TARVPlayableShape::chordShape() const {
+    std::vector<std::int64_t> frets(_frets.begin(), _frets.end());
+    TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberArray(frets);
+    if (shape) {
+        shape->setBadness(static_cast<std::uint64_t>(std::llround(std::max(0.0, _score))));
+    }
+    return shape;
+}
+
+bool TARVPlayableShape::isTranspositionOf(const TARVPlayableShape& other) const noexcept {
+    return ranking::isTransposition(_frets, other._frets);
+}
+
+} // namespace tarv

@@ -1,0 +1,617 @@
+#include "tarv/ranking/TARVPlayableShapes.hpp"
+
+#include "tarv/ranking/TARVPlayabilityModel.hpp"
+
+#include "TARVFretGeometry.hpp"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <unordered_map>
+
+namespace tarv {
+
+namespace {
+
+using Model = TARVPlayabilityModel;
+
+/// Penalty, in score units, for every shape already among the first five whose neck position
+/// is near a candidate's: it spreads the first five over the neck when good shapes exist.
+constexpr double kPositionSpreadPenalty = 1.0;
+constexpr std::size_t kDiverseCount = 5;
+/// Above this fret, open strings ring far from the hand.
+constexpr int kHighFret = 4;
+
+/// Everything the search needs, worked out once per request.
+struct Context {
+    std::size_t stringCount = 0;
+    std::vector<std::int32_t> openPitch; // absolute semitones, capo included
+    std::vector<std::uint8_t> openClass; // pitch class of each open string, capo included
+    std::uint16_t toneMask = 0;
+    std::uint16_t requiredMask = 0;
+    std::uint8_t bassClass = 0;
+    /// The pitch classes that count as the chord's bass: the root, the slash bass, or for a
+    /// chord that maps onto itself when moved (augmented, diminished seventh) any of its roots.
+    std::uint16_t bassMask = 0;
+    bool strictBass = true;
+    int capo = 0;
+    int maxFret = 0; // relative to the capo
+    int maxSpan = 4;
+    double maxReach = 115.0;
+    double scaleLength = 648.0;
+    double meanOpenPitch = 0;
+    TARVFingering::Hand hand;
+    const Model* model = nullptr;
+    Model::Family family = Model::Family::Long;
+    const Model::FormTable* forms = nullptr;
+};
+
+std::uint16_t classBit(int pitchClass) {
+    return static_cast<std::uint16_t>(1u << (((pitchClass % 12) + 12) % 12));
+}
+
+/// Millimetres from the nut to where a finger presses behind `absoluteFret`.
+double fingerPosition(double scaleLength, int absoluteFret) {
+    return scaleLength * (1.0 - std::exp2(-(absoluteFret - 0.5) / 12.0));
+}
+
+double reachBetween(const Context& context, int lowFret, int highFret) {
+    return fingerPosition(context.scaleLength, context.capo + highFret) -
+           fingerPosition(context.scaleLength, context.capo + lowFret);
+}
+
+bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr& tuning,
+                 const TARVPlayableOptions& options, Context& context) {
+    if (!chord || !tuning || tuning->stringCount() == 0) {
+        return false;
+    }
+    context.stringCount = tuning->stringCount();
+    context.capo = tuning->capo();
+    context.maxFret = std::max(0, static_cast<int>(tuning->fretCount()) - context.capo);
+    context.maxFret = std::min(context.maxFret, 127);
+    double pitchSum = 0;
+    try {
+        for (std::size_t s = 0; s < context.stringCount; ++s) {
+            const SPitch& pitch = tuning->pitchForString(static_cast<std::int64_t>(s));
+            const std::int32_t open = pitch.absoluteSemitone() + context.capo;
+            context.openPitch.push_back(open);
+            context.openClass.push_back(static_cast<std::uint8_t>(((open % 12) + 12) % 12));
+            pitchSum += open;
+        }
+    } catch (const std::out_of_range&) {
+        return false;
+    }
+    context.meanOpenPitch = pitchSum / static_cast<double>(context.stringCount);
+    for (const SNote& note : chord->notes()) {
+        context.toneMask |= classBit(note.noteValue());
+    }
+    const SNote bass = chord->addedBase() ? *chord->addedBase() : chord->root();
+    context.bassClass = static_cast<std::uint8_t>(bass.noteValue() % 12);
+    context.toneMask |= classBit(context.bassClass);
+    context.bassMask = classBit(context.bassClass);
+    if (!chord->addedBase()) {
+        const unsigned tones = context.toneMask;
+        for (int shift = 1; shift < 12; ++shift) {
+            const unsigned rotated = ((tones << shift) | (tones >> (12 - shift))) & 0xFFFu;
+            if (rotated == tones) {
+                context.bassMask |= classBit(context.bassClass + shift);
+            }
+        }
+    }
+    if (options.allowDroppedTones) {
+        for (const SNote& note : chord->characteristicNotes()) {
+            context.requiredMask |= classBit(note.noteValue());
+        }
+        context.requiredMask |= classBit(context.bassClass);
+        context.requiredMask |= classBit(chord->root().noteValue());
+    } else {
+        context.requiredMask = context.toneMask;
+    }
+    context.strictBass =
+        options.requireRootInBass.value_or(TARVPlayableOptions::defaultRootInBass(*tuning));
+    context.maxSpan = options.maximumSpan;
+    context.maxReach = options.maximumReach;
+    context.scaleLength =
+        options.scaleLength.value_or(TARVPlayableOptions::defaultScaleLength(*tuning));
+    if (!(context.scaleLength > 0)) {
+        return false;
+    }
+    context.hand.allowThumb = options.allowThumb;
+    context.model = options.model != nullptr ? options.model : &Model::shared();
+    context.family = Model::familyOfTuning(*tuning);
+    context.forms =
+        context.model->formsFor(Model::tuningSignature(*tuning), Model::qualityKey(*chord));
+    return true;
+}
+
+/// What the score needs of a fingering.
+struct FingeringStats {
+    bool playable = false;
+    bool barre = false;
+    bool thumb = false;
+    std::uint8_t fingerCount = 0;
+    std::uint8_t barreStrings = 0;
+    double stretch = 0;
+    double crossing = 0;
+};
+
+FingeringStats statsOf(const std::optional<TARVFingering>& fingering) {
+    FingeringStats stats;
+    if (!fingering) {
+        return stats;
+    }
+    stats.playable = true;
+    stats.barre = !fingering->barres().empty();
+    stats.thumb = fingering->usesThumb();
+    stats.fingerCount = fingering->fingerCount();
+    for (const TARVFingering::Barre& barre : fingering->barres()) {
+        stats.barreStrings =
+            static_cast<std::uint8_t>(stats.barreStrings + barre.highString - barre.lowString + 1);
+    }
+    stats.stretch = fingering->stretch();
+    stats.crossing = fingering->crossing();
+    return stats;
+}
+
+/// Fingerings depend only on where the fretted notes lie relative to the lowest one, and the
+/// search meets the same pattern in many windows: their figures are kept by pattern.
+class FingeringMemo {
+public:
+    explicit FingeringMemo(const TARVFingering::Hand& hand) : _hand(hand) {}
+
+    FingeringStats stats(std::span<const std::int8_t> frets) {
+        int lowest = 0;
+        for (const std::int8_t fret : frets) {
+            if (fret > 0 && (lowest == 0 || fret < lowest)) {
+                lowest = fret;
+            }
+        }
+        std::uint64_t key = 0;
+        bool packable = frets.size() <= 16;
+        for (std::size_t s = 0; s < frets.size() && packable; ++s) {
+            const int relative = frets[s] > 0 ? frets[s] - lowest + 1 : 0;
+            packable = relative < 16;
+            key |= static_cast<std::uint64_t>(relative) << (4 * s);
+        }
+        if (!packable) {
+            return statsOf(TARVFingering::fingeringForFrets(frets, _hand));
+        }
+        const auto found = _memo.find(key);
+        if (found != _memo.end()) {
+            return found->second;
+        }
+        const FingeringStats stats = statsOf(TARVFingering::fingeringForFrets(frets, _hand));
+        _memo.emplace(key, stats);
+        return stats;
+    }
+
+    const TARVFingering::Hand& hand() const noexcept { return _hand; }
+
+private:
+    TARVFingering::Hand _hand;
+    std::unordered_map<std::uint64_t, FingeringStats> _memo;
+};
+
+/// The features of `frets`; false when `enforceRules` and the search does not allow them, or
+/// when no hand can hold them.
+bool measure(const Context& context, std::span<const std::int8_t> frets, bool enforceRules,
+             FingeringMemo& memo, Model::Features& features) {
+    if (frets.size() != context.stringCount) {
+        return false;
+    }
+    std::uint16_t covered = 0;
+    int sounding = 0;
+    int open = 0;
+    int lowestFret = 0;
+    int highestFret = 0;
+    std::int32_t lowestPitch = 0;
+    std::uint8_t lowestClass = 0;
+    double pitchSum = 0;
+    int firstSounding = -1;
+    int lastSounding = -1;
+    for (std::size_t s = 0; s < frets.size(); ++s) {
+        const int fret = frets[s];
+        if (fret < 0) {
+            continue;
+        }
+        if (fret > context.maxFret) {
+            return false;
+        }
+        const std::int32_t pitch = context.openPitch[s] + fret;
+        const std::uint16_t bit = classBit(pitch);
+        if (enforceRules && (bit & context.toneMask) == 0) {
+            return false;
+        }
+        covered |= bit;
+        if (sounding == 0 || pitch < lowestPitch) {
+            lowestPitch = pitch;
+            lowestClass = static_cast<std::uint8_t>(((pitch % 12) + 12) % 12);
+        }
+        ++sounding;
+        pitchSum += pitch;
+        if (firstSounding < 0) {
+            firstSounding = static_cast<int>(s);
+        }
+        lastSounding = static_cast<int>(s);
+        if (fret == 0) {
+            ++open;
+        } else {
+            lowestFret = lowestFret == 0 ? fret : std::min(lowestFret, fret);
+            highestFret = std::max(highestFret, fret);
+        }
+    }
+    if (sounding == 0) {
+        return false;
+    }
+    const bool rootInBass = (classBit(lowestClass) & context.bassMask) != 0;
+    if (enforceRules) {
+        if ((covered & context.requiredMask) != context.requiredMask) {
+            return false;
+        }
+        if (context.strictBass && !rootInBass) {
+            return false;
+        }
+        if (highestFret - lowestFret > context.maxSpan ||
+            (lowestFret > 0 && reachBetween(context, lowestFret, highestFret) > context.maxReach)) {
+            return false;
+        }
+    }
+    const FingeringStats fingering = memo.stats(frets);
+    if (!fingering.playable) {
+        return false;
+    }
+    int mutedInner = 0;
+    for (int s = firstSounding + 1; s < lastSounding; ++s) {
+        mutedInner += frets[static_cast<std::size_t>(s)] < 0 ? 1 : 0;
+    }
+    features[Model::Reach] =
+        lowestFret > 0 ? reachBetween(context, lowestFret, highestFret) / 10.0 : 0.0;
+    features[Model::Position] = lowestFret;
+    features[Model::Fingers] = fingering.fingerCount;
+    features[Model::Barre] = fingering.barre ? 1 : 0;
+    features[Model::BarreStrings] = fingering.barreStrings;
+    features[Model::Stretch] = fingering.stretch;
+    features[Model::Crossing] = fingering.crossing;
+    features[Model::Thumb] = fingering.thumb ? 1 : 0;
+    features[Model::Open] = open;
+    // String numbers run from the treble side (0) to the bass side.
+    features[Model::MutedTreble] = firstSounding;
+    features[Model::MutedBass] = static_cast<int>(frets.size()) - 1 - lastSounding;
+    features[Model::MutedInner] = mutedInner;
+    features[Model::ThinVoicing] = std::max(0, static_cast<int>(frets.size()) - 2 - sounding);
+    features[Model::Doubled] = sounding - std::popcount(covered);
+    features[Model::Dropped] =
+        std::popcount(static_cast<std::uint16_t>(context.toneMask & ~covered));
+    features[Model::RootNotInBass] = rootInBass ? 0 : 1;
+    features[Model::Register] = (pitchSum / sounding - context.meanOpenPitch) / 12.0;
+    features[Model::FretRange] = highestFret - lowestFret;
+    features[Model::OpenWithHighFrets] = highestFret > kHighFret ? open : 0;
+    features[Model::OpenAwayFromNut] = open * std::max(0, lowestFret - 1);
+    features[Model::FamiliarForm] = 0;
+    if (context.forms != nullptr) {
+        const auto found = context.forms->find(Model::formKey(frets.data(), frets.size()));
+        if (found != context.forms->end()) {
+            features[Model::FamiliarForm] = found->second;
+        }
+    }
+    return true;
+}
+
+/// The whole shape of `frets`, whose features are known: its fingering and named terms.
+TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,
+                             const Model::Features& features, const TARVFingering::Hand& hand) {
+    std::vector<TARVPlayableShape::Term> terms;
+    terms.reserve(Model::FeatureCount);
+    for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
+        const auto feature = static_cast<Model::Feature>(i);
+        terms.push_back(
+            {Model::featureName(feature), features[i], context.model->weights(context.family)[i]});
+    }
+    std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets, hand);
+    return TARVPlayableShape(std::vector<std::int8_t>(frets.begin(), frets.end()),
+                             fingering ? std::move(*fingering) : TARVFingering(), std::move(terms));
+}
+
+std::optional<TARVPlayableShape> evaluate(const Context& context,
+                                          std::span<const std::int8_t> frets, bool enforceRules,
+                                          FingeringMemo& memo) {
+    Model::Features features{};
+    if (!measure(context, frets, enforceRules, memo, features)) {
+        return std::nullopt;
+    }
+    return buildShape(context, frets, features, memo.hand());
+}
+
+/// A voicing the search found: its frets and score; the rest is built for the shapes answered.
+struct Found {
+    double score = 0;
+    std::vector<std::int8_t> frets;
+    Model::Features features;
+};
+
+/// Depth-first over the strings of one window: every string muted, open, or fretted at a
+/// chord tone between the window's first fret and its last. Strings are visited from the
+/// lowest open pitch up, so that the bass is known early.
+class WindowSearch {
+public:
+    WindowSearch(const Context& context, FingeringMemo& memo, std::vector<Found>& found)
+        : _context(context), _memo(memo), _found(found), _frets(context.stringCount, -1),
+          _choices(context.stringCount), _order(context.stringCount),
+          _suffixMask(context.stringCount + 1), _suffixLowest(context.stringCount + 1) {
+        for (std::size_t i = 0; i < _order.size(); ++i) {
+            _order[i] = i;
+        }
+        std::stable_sort(_order.begin(), _order.end(), [&](std::size_t a, std::size_t b) {
+            return context.openPitch[a] < context.openPitch[b];
+        });
+    }
+
+    void run() {
+        // Window 0 holds the shapes with nothing fretted; window w those whose lowest fretted
+        // note lies at fret w, so that no shape is met twice.
+        for (int window = 0; window <= _context.maxFret; ++window) {
+            _window = window;
+            int last = window;
+            if (window > 0) {
+                last = std::min(window + _context.maxSpan, _context.maxFret);
+                while (last > window && reachBetween(_context, window, last) > _context.maxReach) {
+                    --last;
+                }
+            }
+            bool windowHasTone = window == 0;
+            for (std::size_t s = 0; s < _context.stringCount; ++s) {
+                std::vector<std::int8_t>& choices = _choices[s];
+                choices.clear();
+                choices.push_back(-1);
+                if ((classBit(_context.openClass[s]) & _context.toneMask) != 0) {
+                    choices.push_back(0);
+                }
+                for (int fret = std::max(window, 1); window > 0 && fret <= last; ++fret) {
+                    if ((classBit(_context.openClass[s] + fret) & _context.toneMask) != 0) {
+                        choices.push_back(static_cast<std::int8_t>(fret));
+                        windowHasTone = windowHasTone || fret == window;
+                    }
+                }
+            }
+            if (!windowHasTone) {
+                continue;
+            }
+            // What the strings from each depth on can still add: their tones, and the lowest
+            // pitch any of them can sound.
+            _suffixMask[_order.size()] = 0;
+            _suffixLowest[_order.size()] = std::numeric_limits<std::int32_t>::max();
+            for (std::size_t depth = _order.size(); depth-- > 0;) {
+                const std::size_t s = _order[depth];
+                std::uint16_t mask = 0;
+                std::int32_t lowest = std::numeric_limits<std::int32_t>::max();
+                for (const std::int8_t fret : _choices[s]) {
+                    if (fret >= 0) {
+                        mask |= classBit(_context.openClass[s] + fret);
+                        lowest = std::min(lowest, _context.openPitch[s] + fret);
+                    }
+                }
+                _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
+                _suffixLowest[depth] = std::min(_suffixLowest[depth + 1], lowest);
+            }
+            descend(0, 0, 0u, false, std::numeric_limits<std::int32_t>::max());
+        }
+    }
+
+private:
+    void descend(std::size_t depth, std::uint16_t covered, unsigned above, bool atWindow,
+                 std::int32_t lowestPitch) {
+        const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~covered);
+        if ((missing & ~_suffixMask[depth]) != 0) {
+            return;
+        }
+        // Once nothing left can sound lower, the bass is settled.
+        if (_context.strictBass && lowestPitch < _suffixLowest[depth] &&
+            lowestPitch != std::numeric_limits<std::int32_t>::max() &&
+            (classBit(lowestPitch) & _context.bassMask) == 0) {
+            return;
+        }
+        if (depth == _order.size()) {
+            if (_window > 0 && !atWindow) {
+                return;
+            }
+            Found entry;
+            if (measure(_context, _frets, true, _memo, entry.features)) {
+                entry.score = _context.model->score(entry.features, _context.family);
+                entry.frets = _frets;
+                _found.push_back(std::move(entry));
+            }
+            return;
+        }
+        const std::size_t string = _order[depth];
+        // A note at the window's first fret takes the index finger (alone or as a barre);
+        // every fret above it needs a finger of its own: three are left, four with the thumb.
+        const int aboveLimit = _context.hand.allowThumb ? 4 : 3;
+        for (const std::int8_t fret : _choices[string]) {
+            const bool isAbove = fret > _window && _window > 0;
+            const unsigned aboveBit = isAbove ? 1u << (fret - _window) : 0u;
+            if (isAbove && std::popcount(above | aboveBit) > aboveLimit) {
+                continue;
+            }
+            _frets[string] = fret;
+            std::uint16_t bit = 0;
+            std::int32_t lowest = lowestPitch;
+            if (fret >= 0) {
+                bit = classBit(_context.openClass[string] + fret);
+                lowest = std::min(lowest, _context.openPitch[string] + fret);
+            }
+            descend(depth + 1, static_cast<std::uint16_t>(covered | bit), above | aboveBit,
+                    atWindow || (fret == _window && _window > 0), lowest);
+        }
+        _frets[string] = -1;
+    }
+
+    const Context& _context;
+    FingeringMemo& _memo;
+    std::vector<Found>& _found;
+    std::vector<std::int8_t> _frets;
+    std::vector<std::vector<std::int8_t>> _choices;
+    std::vector<std::size_t> _order;
+    std::vector<std::uint16_t> _suffixMask;
+    std::vector<std::int32_t> _suffixLowest;
+    int _window = 0;
+};
+
+bool rankedBefore(const Found& a, const Found& b) {
+    if (a.score != b.score) {
+        return a.score < b.score;
+    }
+    return a.frets < b.frets;
+}
+
+std::vector<Found> search(const Context& context) {
+    std::vector<Found> found;
+    FingeringMemo memo(context.hand);
+    WindowSearch(context, memo, found).run();
+    return found;
+}
+
+} // namespace
+
+std::vector<TARVPlayableShape>
+TARVPlayableShapes::allVoicings(const SChordPtr& chord,
+                                const SStringedInstrumentTuningConstPtr& tuning,
+                                const TARVPlayableOptions& options) {
+    Context context;
+    std::vector<TARVPlayableShape> shapes;
+    if (!makeContext(chord, tuning, options, context)) {
+        return shapes;
+    }
+    const std::vector<Found> found = search(context);
+    shapes.reserve(found.size());
+    for (const Found& entry : found) {
+        shapes.push_back(buildShape(context, entry.frets, entry.features, context.hand));
+    }
+    return shapes;
+}
+
+std::vector<TARVPlayableShape>
+TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
+                                   const SStringedInstrumentTuningConstPtr& tuning,
+                                   const TARVPlayableOptions& options) {
+    Context context;
+    std::vector<TARVPlayableShape> ranked;
+    if (!makeContext(chord, tuning, options, context)) {
+        return ranked;
+    }
+    std::vector<Found> all = search(context);
+    std::sort(all.begin(), all.end(), rankedBefore);
+    const std::size_t wanted = std::min(options.maximumShapes, all.size());
+    std::vector<std::size_t> picked;
+    picked.reserve(wanted);
+    std::vector<bool> taken(all.size(), false);
+    while (picked.size() < std::min(wanted, kDiverseCount)) {
+        std::size_t best = all.size();
+        double bestScore = 0;
+        std::size_t firstFree = all.size();
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            if (taken[i]) {
+                continue;
+            }
+            firstFree = std::min(firstFree, i);
+            // Scores only grow down the list: nothing further can beat the best so far.
+            if (best != all.size() && all[i].score >= bestScore) {
+                break;
+            }
+            double adjusted = all[i].score;
+            bool transposition = false;
+            const int position = ranking::neckPosition(all[i].frets);
+            for (const std::size_t listed : picked) {
+                if (ranking::isTransposition(all[i].frets, all[listed].frets)) {
+                    transposition = true;
+                    break;
+                }
+                if (std::abs(position - ranking::neckPosition(all[listed].frets)) < 3) {
+                    adjusted += kPositionSpreadPenalty;
+                }
+            }
+            if (!transposition && (best == all.size() || adjusted < bestScore)) {
+                best = i;
+                bestScore = adjusted;
+            }
+        }
+        // Only transpositions of listed shapes are left: they may come now.
+        if (best == all.size()) {
+            best = firstFree;
+        }
+        taken[best] = true;
+        picked.push_back(best);
+    }
+    for (std::size_t i = 0; i < all.size() && picked.size() < wanted; ++i) {
+        if (!taken[i]) {
+            picked.push_back(i);
+        }
+    }
+    ranked.reserve(picked.size());
+    for (const std::size_t i : picked) {
+        ranked.push_back(buildShape(context, all[i].frets, all[i].features, context.hand));
+    }
+    return ranked;
+}
+
+std::optional<TARVPlayableShape>
+TARVPlayableShapes::scoreFrets(std::span<const std::int8_t> frets, const SChordPtr& chord,
+                               const SStringedInstrumentTuningConstPtr& tuning,
+                               const TARVPlayableOptions& options) {
+    Context context;
+    if (!makeContext(chord, tuning, options, context)) {
+        return std::nullopt;
+    }
+    FingeringMemo memo(context.hand);
+    return evaluate(context, frets, false, memo);
+}
+
+bool TARVPlayableShapes::isAllowed(std::span<const std::int8_t> frets, const SChordPtr& chord,
+                                   const SStringedInstrumentTuningConstPtr& tuning,
+                                   const TARVPlayableOptions& options) {
+    Context context;
+    if (!makeContext(chord, tuning, options, context)) {
+        return false;
+    }
+    FingeringMemo memo(context.hand);
+    Model::Features features{};
+    return measure(context, frets, true, memo, features);
+}
+
+std::vector<std::int8_t> TARVPlayableShapes::fretsForChordShape(const TARVChordShape& shape,
+                                                                std::uint8_t stringCount) {
+    std::vector<std::int8_t> frets(stringCount, -1);
+    std::vector<bool> marked(stringCount, false);
+    for (const TARVFretIndicator& indicator : shape.indicators()) {
+        const int base = shape.baseFret();
+        if (indicator.isBarre()) {
+            const int low = std::min<int>(indicator.string(), indicator.endString());
+            const int high = std::max<int>(indicator.string(), indicator.endString());
+            for (int s = low; s <= high && s < stringCount; ++s) {
+                if (!marked[static_cast<std::size_t>(s)]) {
+                    frets[static_cast<std::size_t>(s)] =
+                        static_cast<std::int8_t>(base + indicator.fret());
+                }
+            }
+            continue;
+        }
+        if (indicator.string() >= stringCount) {
+            continue;
+        }
+        const std::size_t s = indicator.string();
+        if (indicator.isMuted()) {
+            frets[s] = -1;
+        } else if (indicator.isOpen()) {
+            frets[s] = 0;
+        } else {
+            const int fret = base + indicator.fret();
+            frets[s] = marked[s] ? std::max<std::int8_t>(frets[s], static_cast<std::int8_t>(fret))
+                                 : static_cast<std::int8_t>(fret);
+        }
+        marked[s] = true;
+    }
+    return frets;
+}
+
+} // namespace tarv
