@@ -1,7 +1,10 @@
-// The C interface of the WebAssembly module. Every function takes plain texts (requests as JSON)
-// and answers one JSON text: the answer, or {"error": "..."} for input it cannot read. The text
-// stays valid until the next call. Nothing here decides anything about chords: it reads the
-// request, asks the library, and writes what the library answers.
+// The answers of the WebAssembly module: each reads a request, asks the library, and writes what
+// the library answers as one JSON text. Nothing here decides anything about chords.
+//
+// Compiled without exception handling (see web/CMakeLists.txt): what is thrown here passes
+// through to TARVWebInterface.cpp, which answers it as an error.
+
+#include "TARVWebAnswers.hpp"
 
 #include "InputReading.hpp"
 #include "OutputFormatter.hpp"
@@ -12,6 +15,7 @@
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/music/SChord.hpp"
 #include "tarv/music/SPitch.hpp"
+#include "tarv/ranking/TARVShapeQuery.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <nlohmann/json.hpp>
@@ -24,42 +28,15 @@
 #include <string>
 #include <string_view>
 
-using namespace tarv;
+namespace tarv::web {
+
 using namespace tarv::tool;
 using json = nlohmann::ordered_json;
 
 namespace {
 
-/// Where the package puts the shipped resources in the module's file system.
-constexpr const char* kResourceDirectory = "/tarvguitar/resources";
-
 /// The most shapes one answer may ask for.
 constexpr long kMaximumLimit = 1000;
-
-std::string& answerText() {
-    static std::string text;
-    return text;
-}
-
-const char* answer(const json& object) {
-    answerText() = object.dump(-1, ' ', false, json::error_handler_t::replace);
-    return answerText().c_str();
-}
-
-const char* errorAnswer(const std::string& message) {
-    return answer(json{{"error", message}});
-}
-
-/// Points the library at the shipped resources, once, before its shape cache is first made.
-void useShippedResources() {
-    static const bool done = [] {
-        if (std::getenv("TARV_GUITAR_RESOURCE_DIR") == nullptr) {
-            setenv("TARV_GUITAR_RESOURCE_DIR", kResourceDirectory, 1);
-        }
-        return true;
-    }();
-    (void)done;
-}
 
 json parsedRequest(const char* text) {
     if (text == nullptr) {
@@ -115,8 +92,7 @@ SChordPtr chordOfSymbol(const std::optional<std::string>& symbol) {
     }
     SChordPtr chord = SChord::chordWithString(trimmed(*symbol));
     if (!chord) {
-        throw InputError("cannot read the chord symbol \"" + std::string(trimmed(*symbol)) +
-                         "\"");
+        throw InputError("cannot read the chord symbol \"" + std::string(trimmed(*symbol)) + "\"");
     }
     return chord;
 }
@@ -184,6 +160,27 @@ json shapeJson(const TARVChordShape& shape, const SStringedInstrumentTuning& tun
     return object;
 }
 
+/// A ranked shape: its frets as the tool writes them ("x,3,2,0,1,0"), where a chord box starts,
+/// the fingers and barres that hold it, its score and the notes it sounds.
+json playableShapeJson(const TARVPlayableShape& shape, const SStringedInstrumentTuning& tuning) {
+    json barres = json::array();
+    for (const TARVFingering::Barre& barre : shape.fingering().barres()) {
+        barres.push_back(json{{"fret", barre.fret},
+                              {"lowString", barre.lowString},
+                              {"highString", barre.highString},
+                              {"finger", barre.finger}});
+    }
+    json object = json::object();
+    object["frets"] = shape.fretText();
+    object["baseFret"] = shape.baseFret();
+    object["fingers"] = shape.fingering().fingers();
+    object["fingerText"] = shape.fingering().text();
+    object["barres"] = std::move(barres);
+    object["score"] = shape.score();
+    object["notes"] = noteTexts(shape.chordShape()->notesInTuning(tuning));
+    return object;
+}
+
 /// Whether every fret of `shape` lies on the neck of `tuning`, counted from its capo.
 bool fitsOnTheNeck(const TARVChordShape& shape, const SStringedInstrumentTuning& tuning) {
     const int frets = static_cast<int>(tuning.fretCount()) - static_cast<int>(tuning.capo());
@@ -194,44 +191,35 @@ bool fitsOnTheNeck(const TARVChordShape& shape, const SStringedInstrumentTuning&
                        });
 }
 
-template <typename Answer> const char* guarded(Answer&& answerFor) {
-    try {
-        useShippedResources();
-        return answerFor();
-    } catch (const InputError& error) {
-        return errorAnswer(error.what());
-    } catch (const std::exception& error) {
-        return errorAnswer(std::string("the library failed: ") + error.what());
-    } catch (...) {
-        return errorAnswer("the library failed");
-    }
+std::string text(const json& object) {
+    return object.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 } // namespace
 
-extern "C" {
-
-/// {"symbol", "tuning", "tuningName", "frets", "capo", "rank": "spec"|"uncached", "limit"} ->
-/// {"chord", "tuning", "shapes"}.
-const char* tarv_web_shapes(const char* requestText) {
-    return guarded([&] {
-        const json request = parsedRequest(requestText);
-        const SStringedInstrumentTuningPtr tuning = tuningOfRequest(request);
-        const SChordPtr chord = chordOfSymbol(textField(request, "symbol"));
-        const std::string rank = textField(request, "rank").value_or("spec");
-        const std::optional<int> limit = numberField(request, "limit");
-        if (limit && *limit < 0) {
-            throw InputError("limit " + std::to_string(*limit) + " is below 0");
+std::string shapesAnswer(const char* requestText) {
+    const json request = parsedRequest(requestText);
+    const SStringedInstrumentTuningPtr tuning = tuningOfRequest(request);
+    const SChordPtr chord = chordOfSymbol(textField(request, "symbol"));
+    const std::string rank = textField(request, "rank").value_or("playable");
+    const std::optional<int> limit = numberField(request, "limit");
+    if (limit && *limit < 0) {
+        throw InputError("limit " + std::to_string(*limit) + " is below 0");
+    }
+    json shapes = json::array();
+    if (rank == "playable") {
+        TARVPlayableOptions options;
+        if (limit) {
+            options.maximumShapes = static_cast<std::size_t>(*limit);
         }
-        TARVChordShapeGeneratorPtr generator;
-        if (rank == "spec") {
-            generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
-        } else if (rank == "uncached") {
-            generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
-        } else {
-            throw InputError("rank \"" + rank + "\" is not one of spec, uncached");
+        for (const TARVPlayableShape& shape :
+             TARVShapeQuery::shapes(chord, tuning, TARVShapeQuery::Ranking::Playable, options)) {
+            shapes.push_back(playableShapeJson(shape, *tuning));
         }
-        json shapes = json::array();
+    } else if (rank == "spec" || rank == "uncached") {
+        const TARVChordShapeGeneratorPtr generator =
+            rank == "spec" ? TARVChordShapeGenerator::generatorWithChord(chord, tuning)
+                           : TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
         if (generator && generator->shapes()) {
             for (const TARVChordShapePtr& shape : *generator->shapes()) {
                 if (limit && shapes.size() >= static_cast<std::size_t>(*limit)) {
@@ -242,69 +230,64 @@ const char* tarv_web_shapes(const char* requestText) {
                 }
             }
         }
-        json object = json::object();
-        object["chord"] = chordJson(*chord);
-        object["tuning"] = tuningJson(*tuning);
-        object["shapes"] = std::move(shapes);
-        return answer(object);
-    });
+    } else {
+        throw InputError("rank \"" + rank + "\" is not one of playable, spec, uncached");
+    }
+    json object = json::object();
+    object["chord"] = chordJson(*chord);
+    object["tuning"] = tuningJson(*tuning);
+    object["shapes"] = std::move(shapes);
+    return text(object);
 }
 
-/// A chord symbol -> {"symbol", "root", "bass", "notes", ...}.
-const char* tarv_web_chord(const char* symbol) {
-    return guarded([&] {
-        const SChordPtr chord =
-            chordOfSymbol(symbol == nullptr ? std::nullopt : std::optional<std::string>(symbol));
-        return answer(chordJson(*chord));
-    });
+std::string chordAnswer(const char* symbol) {
+    const SChordPtr chord =
+        chordOfSymbol(symbol == nullptr ? std::nullopt : std::optional<std::string>(symbol));
+    return text(chordJson(*chord));
 }
 
-/// {"tuning", "tuningName", "frets", "capo"} -> the tuning the library reads from it, with the
-/// "semitones" of its open strings.
-const char* tarv_web_tuning(const char* requestText) {
-    return guarded([&] {
-        const SStringedInstrumentTuningPtr tuning = tuningOfRequest(parsedRequest(requestText));
-        json object = tuningJson(*tuning);
-        // Semitones above C0 of the open strings, string 0 first: what a player hears.
-        json semitones = json::array();
-        for (const SPitch& pitch : tuning->stringPitches()) {
-            semitones.push_back(pitch.absoluteSemitone());
-        }
-        object["semitones"] = std::move(semitones);
-        return answer(object);
-    });
+std::string tuningAnswer(const char* requestText) {
+    const SStringedInstrumentTuningPtr tuning = tuningOfRequest(parsedRequest(requestText));
+    json object = tuningJson(*tuning);
+    // Semitones above C0 of the open strings, string 0 first: what a player hears.
+    json semitones = json::array();
+    for (const SPitch& pitch : tuning->stringPitches()) {
+        semitones.push_back(pitch.absoluteSemitone());
+    }
+    object["semitones"] = std::move(semitones);
+    return text(object);
 }
 
-/// {"frets": "x,3,2,0,1,0", "caption"} -> {"svg": "<svg ...>"}.
-const char* tarv_web_svg(const char* requestText) {
-    return guarded([&] {
-        const json request = parsedRequest(requestText);
-        const std::optional<std::string> frets = textField(request, "frets");
-        if (!frets) {
-            throw InputError("the shape has no frets");
-        }
-        NotationAnswer notation;
-        notation.fretText = readFretText(*frets);
-        notation.shape = TARVChordShape::shapeForFretNumberString(notation.fretText.notation);
-        if (!notation.shape) {
-            throw InputError("cannot read the frets \"" + *frets + "\"");
-        }
-        std::ostringstream out;
-        SvgFormatter formatter(out);
-        formatter.begin();
-        formatter.writeNotation(notation, nullptr);
-        formatter.end();
-        return answer(json{{"svg", out.str()}});
-    });
+std::string svgAnswer(const char* requestText) {
+    const json request = parsedRequest(requestText);
+    const std::optional<std::string> frets = textField(request, "frets");
+    if (!frets) {
+        throw InputError("the shape has no frets");
+    }
+    NotationAnswer notation;
+    notation.fretText = readFretText(*frets);
+    notation.shape = TARVChordShape::shapeForFretNumberString(notation.fretText.notation);
+    if (!notation.shape) {
+        throw InputError("cannot read the frets \"" + *frets + "\"");
+    }
+    std::ostringstream out;
+    SvgFormatter formatter(out);
+    formatter.begin();
+    formatter.writeNotation(notation, nullptr);
+    formatter.end();
+    return text(json{{"svg", out.str()}});
 }
 
-/// The chord qualities the symbol reader knows, as suffixes ("", "m", "maj7", ...).
-const char* tarv_web_qualities() {
-    return guarded([] { return answer(json(SChord::supportedQualities())); });
+std::string qualitiesAnswer() {
+    return text(json(SChord::supportedQualities()));
 }
 
-const char* tarv_web_version() {
-    return guarded([] { return answer(json(std::string(TARVVersionString()))); });
+std::string versionAnswer() {
+    return text(json(std::string(TARVVersionString())));
 }
 
-} // extern "C"
+std::string errorAnswer(const std::string& message) {
+    return text(json{{"error", message}});
+}
+
+} // namespace tarv::web

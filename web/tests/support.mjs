@@ -62,6 +62,12 @@ export function runTool(tool, args) {
     };
 }
 
+/** Whether the tool's shapes command takes --rank (playable or spec). */
+export function toolRanks(tool) {
+    const help = spawnSync(tool, ['shapes', '--help'], { encoding: 'utf8' });
+    return /--rank\b/.test(help.stdout ?? '');
+}
+
 export const chromiumArguments = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
     '--disable-background-networking', '--disable-component-update', '--disable-sync',
     '--autoplay-policy=no-user-gesture-required'];
