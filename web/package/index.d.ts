@@ -1,0 +1,137 @@
+// Types of the tarvguitar package: chord shapes and chord diagrams for fretted instruments.
+
+/** Input the library cannot read: an unreadable chord symbol, tuning or option. */
+export declare class TARVGuitarError extends Error {
+    name: 'TARVGuitarError';
+}
+
+export interface InitOptions {
+    /** The folder that holds dist/ (default: beside index.js). */
+    baseURL?: string | URL;
+}
+
+export interface TuningOptions {
+    /**
+     * Open strings from the lowest to the highest: "E2 A2 D3 G3 B3 E4" (blanks or commas between
+     * pitches), or the same as an array. Default: the standard guitar tuning.
+     */
+    tuning?: string | string[];
+    /** The name of a custom tuning (default "Custom"). */
+    tuningName?: string;
+    /** Frets on the neck, 0 to 255 (default 22). */
+    frets?: number | string;
+    /** Fret of the capo, 0 for none (default 0). */
+    capo?: number | string;
+}
+
+export type Rank = 'playable' | 'spec';
+
+export interface ShapesOptions extends TuningOptions {
+    /**
+     * 'playable' (default): the playable search, ranked by the playability model.
+     * 'spec': the library's cached shapes (the shipped shape files, generation on a miss).
+     */
+    rank?: Rank;
+    /** At most this many shapes. */
+    limit?: number | string;
+}
+
+export interface Chord {
+    symbol: string;
+    root: string;
+    /** The bass of a slash chord, null otherwise. */
+    bass: string | null;
+    notes: string[];
+    characteristicNotes: string[];
+    numericNoteStringValue: string;
+}
+
+export interface Tuning {
+    name: string;
+    noteString: string;
+    asciiNoteString: string;
+    /** Open-string pitches from string 0, the highest-sounding string of a guitar. */
+    pitches: string[];
+    fretCount: number;
+    capo: number;
+}
+
+export interface SoundingTuning extends Tuning {
+    /** Semitones above C0 of the open strings, string 0 first. */
+    semitones: number[];
+}
+
+export interface Barre {
+    fret: number;
+    lowString: number;
+    highString: number;
+    finger: number;
+}
+
+/** A shape of the playable ranking. */
+export interface PlayableShape {
+    /** "x,3,2,0,1,0": the frets from the lowest string to the highest, relative to the capo. */
+    frets: string;
+    /** The fret a chord box starts at: 0 at the nut. */
+    baseFret: number;
+    /** Per string number (string 0 first): 0 none, 1 to 4 the fingers, 5 the thumb. */
+    fingers: number[];
+    /** The fingers from the lowest string to the highest: "-,3,2,-,1,-". */
+    fingerText: string;
+    barres: Barre[];
+    /** Lower is better. */
+    score: number;
+    /** The notes the shape sounds. */
+    notes: string[];
+}
+
+/** A shape of the library's cached shapes ('spec'), as the command-line tool writes it. */
+export interface CachedShape {
+    frets: string;
+    baseFret: number;
+    baseString: number;
+    badness: number;
+    reach: number;
+    fingers: number;
+    indicators: Array<{ kind: 'fret' | 'open' | 'muted' | 'barre'; string: number; fret: number; endString?: number }>;
+    notes: string[];
+}
+
+export type Shape = PlayableShape | CachedShape;
+
+export interface ShapesAnswer {
+    chord: Chord;
+    tuning: Tuning;
+    shapes: Shape[];
+}
+
+export interface SvgOptions {
+    /** Mirrored for a left-handed player: the lowest-pitched string on the right. */
+    leftHanded?: boolean;
+    /** A caption above the diagram, such as the chord's name. */
+    caption?: string;
+}
+
+/** The library, loaded. */
+export declare class TARVGuitar {
+    shapes(chordSymbol: string, options?: ShapesOptions): ShapesAnswer;
+    chord(symbol: string): Chord;
+    svg(shape: Pick<Shape, 'frets'>, options?: SvgOptions): string;
+    tuning(options?: TuningOptions): SoundingTuning;
+    qualities(): string[];
+    version(): string;
+}
+
+/** Loads the module and the shipped shape files, once; the functions below need it first. */
+export declare function init(options?: InitOptions): Promise<TARVGuitar>;
+/** The shapes of a chord, best first. Throws TARVGuitarError for input it cannot read. */
+export declare function shapes(chordSymbol: string, options?: ShapesOptions): ShapesAnswer;
+/** How a chord symbol is read: root, bass, notes. Throws TARVGuitarError. */
+export declare function chord(symbol: string): Chord;
+/** The chord diagram of a shape as a standalone SVG document. Throws TARVGuitarError. */
+export declare function svg(shape: Pick<Shape, 'frets'>, options?: SvgOptions): string;
+/** The tuning the options describe, with the semitones of its open strings. */
+export declare function tuning(options?: TuningOptions): SoundingTuning;
+/** The chord-quality suffixes the symbol reader knows ("", "m", "maj7", ...). */
+export declare function qualities(): string[];
+export declare function version(): string;
