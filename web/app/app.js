@@ -1,6 +1,6 @@
 // The chord-diagram page: reads the form, asks the tarvguitar package, draws its diagrams, keeps
 // the state in the query string and strums a diagram when it is clicked.
-import { init, TARVGuitarError } from './lib/index.js';
+import { fretText, init, TARVGuitarError } from './lib/index.js';
 
 /** How shapes are ordered: the playable ranking of the library. */
 const RANK = 'playable';
@@ -186,12 +186,13 @@ function drawAnswer(answer, state, options) {
         const button = document.createElement('button');
         button.type = 'button';
         button.className = 'chord-card';
-        button.dataset.frets = shape.frets;
-        button.setAttribute('aria-label', `${chordName}, shape ${index + 1}: ${shape.frets}. Play`);
+        const frets = fretText(shape);
+        button.dataset.frets = frets;
+        button.setAttribute('aria-label', `${chordName}, shape ${index + 1}: ${frets}. Play`);
         button.innerHTML = library.svg(shape, { leftHanded: state.left, caption: chordName });
         const caption = document.createElement('span');
         caption.className = 'caption';
-        caption.textContent = shape.frets;
+        caption.textContent = frets;
         button.append(caption);
         button.addEventListener('click', () => strum(button, shape, sounding));
         item.append(button);
@@ -208,7 +209,7 @@ function drawAnswer(answer, state, options) {
 
 /** The sounding pitches (MIDI numbers) of a shape, lowest string first. */
 function soundingPitches(shape, tuning) {
-    const frets = shape.frets.split(',');
+    const frets = fretText(shape).split(',');
     const strings = tuning.semitones.length;
     const pitches = [];
     frets.forEach((text, index) => {

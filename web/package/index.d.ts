@@ -135,3 +135,5 @@ export declare function tuning(options?: TuningOptions): SoundingTuning;
 /** The chord-quality suffixes the symbol reader knows ("", "m", "maj7", ...). */
 export declare function qualities(): string[];
 export declare function version(): string;
+/** The frets of a shape as a text, lowest string first: "x,3,2,0,1,0". */
+export declare function fretText(shape: Pick<Shape, 'frets'>): string;

@@ -112,6 +112,21 @@ function tuningRequest(options) {
     };
 }
 
+/**
+ * The frets of a shape as a text, lowest string first: "x,3,2,0,1,0". Takes the text itself or
+ * an array of frets (a negative number, null or "x" for a muted string).
+ */
+export function fretText(shape) {
+    const frets = shape?.frets;
+    if (typeof frets === 'string') {
+        return frets;
+    }
+    if (Array.isArray(frets)) {
+        return frets.map((fret) => (fret === null || fret === 'x' || fret < 0 ? 'x' : String(fret))).join(',');
+    }
+    throw new TARVGuitarError('svg() needs a shape from shapes()');
+}
+
 /** The library, loaded: what init() resolves to. */
 export class TARVGuitar {
     constructor(module) {
@@ -139,10 +154,7 @@ export class TARVGuitar {
     }
 
     svg(shape, options = {}) {
-        if (!shape || typeof shape.frets !== 'string') {
-            throw new TARVGuitarError('svg() needs a shape from shapes()');
-        }
-        const request = { frets: shape.frets, leftHanded: Boolean(options.leftHanded),
+        const request = { frets: fretText(shape), leftHanded: Boolean(options.leftHanded),
             caption: optionalText(options, 'caption') ?? '' };
         return call(this._module, 'tarv_web_svg', JSON.stringify(request)).svg;
     }

@@ -16,6 +16,11 @@
 #include "tarv/music/SChord.hpp"
 #include "tarv/music/SPitch.hpp"
 #include "tarv/ranking/TARVShapeQuery.hpp"
+#if TARV_WEB_LIBRARY_DIAGRAMS
+#include "tarv/diagrams/TARVDiagramSVG.hpp"
+#include "tarv/diagrams/TARVShapeJSON.hpp"
+#include "tarv/ranking/TARVFingering.hpp"
+#endif
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <nlohmann/json.hpp>
@@ -123,6 +128,7 @@ json tuningJson(const SStringedInstrumentTuning& tuning) {
     return object;
 }
 
+#if !TARV_WEB_LIBRARY_DIAGRAMS
 const char* indicatorKind(const TARVFretIndicator& indicator) {
     if (indicator.isBarre()) {
         return "barre";
@@ -190,6 +196,7 @@ bool fitsOnTheNeck(const TARVChordShape& shape, const SStringedInstrumentTuning&
                                   static_cast<int>(shape.baseFret()) + indicator.fret() <= frets;
                        });
 }
+#endif
 
 std::string text(const json& object) {
     return object.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -206,6 +213,32 @@ std::string shapesAnswer(const char* requestText) {
     if (limit && *limit < 0) {
         throw InputError("limit " + std::to_string(*limit) + " is below 0");
     }
+#if TARV_WEB_LIBRARY_DIAGRAMS
+    // The library's own query and JSON, as the tool answers.
+    TARVShapeQuery::Ranking ranking = TARVShapeQuery::Ranking::Playable;
+    if (rank == "spec") {
+        ranking = TARVShapeQuery::Ranking::Cached;
+    } else if (rank == "uncached") {
+        ranking = TARVShapeQuery::Ranking::Uncached;
+    } else if (rank != "playable") {
+        throw InputError("rank \"" + rank + "\" is not one of playable, spec, uncached");
+    }
+    TARVPlayableOptions options;
+    if (limit) {
+        options.maximumShapes = static_cast<std::size_t>(*limit);
+    }
+    std::vector<TARVPlayableShape> shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
+    if (ranking != TARVShapeQuery::Ranking::Playable) {
+        // The cache is keyed by the open notes alone: it may hold shapes for a longer neck.
+        const int frets = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
+        std::erase_if(shapes,
+                      [&](const TARVPlayableShape& shape) { return shape.highestFret() > frets; });
+        if (limit && shapes.size() > static_cast<std::size_t>(*limit)) {
+            shapes.resize(static_cast<std::size_t>(*limit));
+        }
+    }
+    return TARVShapeJSON::answerJSON(*chord, *tuning, shapes);
+#else
     json shapes = json::array();
     if (rank == "playable") {
         TARVPlayableOptions options;
@@ -238,6 +271,7 @@ std::string shapesAnswer(const char* requestText) {
     object["tuning"] = tuningJson(*tuning);
     object["shapes"] = std::move(shapes);
     return text(object);
+#endif
 }
 
 std::string chordAnswer(const char* symbol) {
@@ -264,8 +298,30 @@ std::string svgAnswer(const char* requestText) {
     if (!frets) {
         throw InputError("the shape has no frets");
     }
+    const FretText fretText = readFretText(*frets);
+#if TARV_WEB_LIBRARY_DIAGRAMS
+    // Per string number: the text runs from the lowest string, the highest string number.
+    std::vector<std::int8_t> perString(fretText.stringCount, -1);
+    std::size_t start = 0;
+    for (std::size_t index = 0; index < perString.size(); ++index) {
+        const std::size_t comma = fretText.notation.find(',', start);
+        const std::string component = fretText.notation.substr(start, comma - start);
+        perString[perString.size() - 1 - index] =
+            component == "x" ? std::int8_t{-1} : static_cast<std::int8_t>(std::stoi(component));
+        start = comma + 1;
+    }
+    const std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(perString);
+    const TARVPlayableShape shape(perString, fingering.value_or(TARVFingering()), {});
+    TARVDiagramOptions options;
+    const auto leftHanded = request.find("leftHanded");
+    options.leftHanded =
+        leftHanded != request.end() && leftHanded->is_boolean() && leftHanded->get<bool>();
+    const std::string svg = TARVDiagramSVG::svgForShape(shape, fretText.stringCount, options,
+                                                        textField(request, "caption").value_or(""));
+    return text(json{{"svg", svg}});
+#else
     NotationAnswer notation;
-    notation.fretText = readFretText(*frets);
+    notation.fretText = fretText;
     notation.shape = TARVChordShape::shapeForFretNumberString(notation.fretText.notation);
     if (!notation.shape) {
         throw InputError("cannot read the frets \"" + *frets + "\"");
@@ -276,6 +332,7 @@ std::string svgAnswer(const char* requestText) {
     formatter.writeNotation(notation, nullptr);
     formatter.end();
     return text(json{{"svg", out.str()}});
+#endif
 }
 
 std::string qualitiesAnswer() {
