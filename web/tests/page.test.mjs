@@ -171,7 +171,8 @@ describe('chord-diagram page', () => {
         const right = await page.$eval('#diagrams .chord-card > svg', (element) => element.outerHTML);
         const mutedRight = await markPosition(page, 'muted');
         await page.check('#left');
-        await page.waitForFunction((before) => document.querySelector('#diagrams .chord-card > svg')?.outerHTML !== before, right);
+        await page.waitForFunction((before) => document.querySelector('#diagrams .chord-card > svg')?.outerHTML !== before, right,
+            { timeout: 10000 });
         const mutedLeft = await markPosition(page, 'muted');
         // The muted lowest string is drawn on the left for a right-handed player, on the right
         // for a left-handed one.
