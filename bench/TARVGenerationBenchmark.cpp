@@ -1,4 +1,5 @@
-// Uncached generation in standard tuning with 22 frets.
+// Uncached generation in standard tuning with 22 frets, and on a twelve-string (six-course)
+// guitar with 22 frets.
 //
 //   build/bench/TARVGenerationBenchmark --benchmark_repetitions=5
 //       --benchmark_report_aggregates_only=true
@@ -56,6 +57,51 @@ void generateCatalogue(benchmark::State& state) {
     state.counters["chords"] = static_cast<double>(chords.size());
 }
 
+/// Twelve strings in six courses, lowest-pitched course last: E4 E4, B3 B3, G4 G3, D4 D3, A3 A2,
+/// E3 E2.
+SStringedInstrumentTuningConstPtr twelveCourseTuning() {
+    static const char* const names[] = {"E4", "E4", "B3", "B3", "G4", "G3",
+                                        "D4", "D3", "A3", "A2", "E3", "E2"};
+    std::vector<SPitch> pitches;
+    std::string noteString;
+    for (const char* name : names) {
+        const auto pitch = SPitch::pitchWithString(name);
+        if (!pitch) {
+            throw std::invalid_argument(std::string("unreadable pitch ") + name);
+        }
+        pitches.push_back(*pitch);
+        noteString.insert(0, pitch->note().string());
+    }
+    return SStringedInstrumentTuning::initWithPitches(
+        std::move(pitches), 22, 0, TARVMakeSharedText("Twelve-string"), noteString, std::nullopt);
+}
+
+/// The thirteenth chord of every root on the twelve-string guitar.
+void generateTwelveCourseThirteenths(benchmark::State& state) {
+    static const char* const roots[] = {"C",  "C#", "D",  "Eb", "E",  "F",
+                                        "F#", "G",  "Ab", "A",  "Bb", "B"};
+    std::vector<SChordPtr> chords;
+    for (const char* root : roots) {
+        auto chord = SChord::chordWithString(std::string(root) + "13");
+        if (!chord) {
+            state.SkipWithError(("unreadable chord " + std::string(root) + "13").c_str());
+            return;
+        }
+        chords.push_back(std::move(chord));
+    }
+    const SStringedInstrumentTuningConstPtr tuning = twelveCourseTuning();
+    std::size_t shapes = 0;
+    for (auto _ : state) {
+        shapes = 0;
+        for (const auto& chord : chords) {
+            shapes +=
+                TARVChordShapeGenerator::initUncachedWithChord(chord, tuning)->shapes()->size();
+        }
+        benchmark::DoNotOptimize(shapes);
+    }
+    state.counters["shapes"] = static_cast<double>(shapes);
+}
+
 } // namespace
 
 BENCHMARK_CAPTURE(generate, C, std::string("C"))->Unit(benchmark::kMicrosecond);
@@ -67,5 +113,6 @@ BENCHMARK_CAPTURE(generate, COverE, std::string("C/E"))->Unit(benchmark::kMicros
 BENCHMARK_CAPTURE(generate, E5, std::string("E5"))->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(generate, C13, std::string("C13"))->Unit(benchmark::kMicrosecond);
 BENCHMARK(generateCatalogue)->Unit(benchmark::kMillisecond);
+BENCHMARK(generateTwelveCourseThirteenths)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -1,6 +1,6 @@
-#include "tarv/cache/TARVChordShapeCache.hpp"
 #include "tarv/archive/TARVKeyedArchiver.hpp"
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
+#include "tarv/cache/TARVChordShapeCache.hpp"
 
 namespace tarv {
 

@@ -16,8 +16,16 @@ namespace {
 constexpr std::size_t kShapeSetCapacity = 40;
 constexpr std::size_t kMaximumShapes = 20;
 constexpr std::int16_t kMutedMarker = -1;
-// Bass string, base fret and up to 14 fret bytes fill the two words of a candidate key.
-constexpr std::size_t kKeyedCandidatePositions = 14;
+constexpr std::size_t kMaximumFingers = 4;
+// A raw candidate key holds the base fret in its low byte and four bits per string above it.
+constexpr std::uint32_t kMaximumRawStrings = 14;
+constexpr std::uint64_t kFreeKey = ~std::uint64_t{0};
+constexpr std::uint8_t kMutedKeyFret = 0xF;
+// Up to this fret count the fret lists are plain octaves below the fret count; above it the
+// 8-bit fret arithmetic of fretsForString wraps. Ranges then also stay below fret 128.
+constexpr std::uint8_t kPlainFretCount = 116;
+// The shapes of the standard table all have six strings.
+constexpr std::uint8_t kStandardTableStringCount = 6;
 
 bool inRange(std::int16_t fret, TARVFretRange range) noexcept {
     if (fret < 0) {
@@ -31,19 +39,28 @@ std::int8_t relativeFret(std::int16_t fret, TARVFretRange range) noexcept {
     return static_cast<std::int8_t>(fret - static_cast<std::int64_t>(range.location));
 }
 
+std::uint16_t noteBit(unsigned value) noexcept {
+    return static_cast<std::uint16_t>(1u << (value % 12));
+}
+
 } // namespace
 
 TARVChordShapeGenerator::TARVChordShapeGenerator(SChordPtr chord,
                                                  SStringedInstrumentTuningConstPtr tuning)
     : _chord(std::move(chord)), _tuning(std::move(tuning)) {
     _shapeSet.reserve(kShapeSetCapacity);
-    _bassValue = _chord->addedBase().value_or(_chord->root()).noteValue();
-    _characteristicMask = TARVNoteValueMask(_chord->characteristicNotes());
-    for (const SPitch& pitch : _tuning->stringPitches()) {
-        _openValues.push_back(pitch.note().noteValue());
+    if (_chord) {
+        _hasChord = true;
+        _bassValue = _chord->addedBase().value_or(_chord->root()).noteValue();
+        _characteristicMask = TARVNoteValueMask(_chord->characteristicNotes());
     }
-    if (_openValues.size() > 256) {
-        _openValues.resize(256);
+    if (_tuning) {
+        for (const SPitch& pitch : _tuning->stringPitches()) {
+            _openValues.push_back(pitch.note().noteValue());
+        }
+        if (_openValues.size() > 256) {
+            _openValues.resize(256);
+        }
     }
 }
 
@@ -56,15 +73,75 @@ TARVChordShapeGenerator::initUncachedWithChord(SChordPtr chord,
 }
 
 std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
+    if (!_chord || !_tuning) {
+        return {};
+    }
+    // The fret lists are made when they are asked for, or when the general path needs them.
+    _stringFretLists.clear();
+    _fretListsPending = true;
+    prepareEnumeration();
+    if (!enumeratesRawCandidates()) {
+        buildFretLists();
+    }
+
+    // Invalid shapes are kept out of the working set as they arrive, which leaves nothing for
+    // _removeInvalidShapes to do; every shape is scored as it arrives.
+    _seenTable.clear();
+    for (std::uint32_t fret = 0; fret < _tuning->fretCount(); ++fret) {
+        _addShapesAtFret(fret);
+    }
+
+    // A stable sort by badness, of which only the first shapes are kept.
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
+    order.reserve(_shapeSet.size());
+    for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
+        order.emplace_back(_shapeSet[index] ? _shapeSet[index]->badness()
+                                            : _pendingShapes[index].badness,
+                           static_cast<std::uint32_t>(index));
+    }
+    const std::size_t kept = std::min(order.size(), kMaximumShapes);
+    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept),
+                      order.end());
+    std::vector<TARVChordShapePtr> sorted;
+    sorted.reserve(kept);
+    for (std::size_t index = 0; index < kept; ++index) {
+        TARVChordShapePtr& shape = _shapeSet[order[index].second];
+        if (!shape) {
+            shape = shapeForPendingShape(_pendingShapes[order[index].second]);
+        }
+        sorted.push_back(shape);
+    }
+    return sorted;
+}
+
+void TARVChordShapeGenerator::buildFretLists() const {
+    if (!_fretListsPending || !_chord || !_tuning) {
+        return;
+    }
     const SStringedInstrumentTuning& tuning = *_tuning;
     const std::uint8_t stringCount = tuning.stringCount();
+    const std::uint8_t fretCount = tuning.fretCount();
+    const std::vector<SNote>& notes = _chord->notes();
 
     std::vector<std::vector<std::int16_t>> lists(stringCount);
     for (std::uint8_t string = 0; string < stringCount; ++string) {
         auto& list = lists[string];
-        for (const SNote& note : _chord->notes()) {
-            for (const std::int8_t fret : fretsForString(note, string, tuning, false)) {
-                list.push_back(fret);
+        if (fretCount <= kPlainFretCount) {
+            // What fretsForString answers on such a neck: every octave of the note's lowest fret
+            // below the fret count.
+            list.reserve(notes.size() * (fretCount / 12u + 1));
+            const unsigned open = _openValues[string];
+            for (const SNote& note : notes) {
+                for (unsigned fret = (note.noteValue() + 12u - open) % 12u; fret < fretCount;
+                     fret += 12) {
+                    list.push_back(static_cast<std::int16_t>(fret));
+                }
+            }
+        } else {
+            for (const SNote& note : notes) {
+                for (const std::int8_t fret : fretsForString(note, string, tuning, false)) {
+                    list.push_back(fret);
+                }
             }
         }
         std::sort(list.begin(), list.end());
@@ -84,26 +161,95 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
         lists = std::move(reordered);
     }
     _stringFretLists = std::move(lists);
+    _fretListsPending = false;
+}
 
-    // Invalid shapes are kept out of the working set as they arrive (see addToShapeSet), which
-    // leaves nothing for _removeInvalidShapes to do.
-    _seenTable.clear();
-    for (std::uint32_t fret = 0; fret < tuning.fretCount(); ++fret) {
-        _addShapesAtFret(fret);
+TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {
+    std::array<TARVFretIndicator, kMaximumRawStrings> indicators;
+    for (std::uint8_t string = 0; string < pending.stringCount; ++string) {
+        const auto fret = static_cast<std::uint8_t>((pending.key >> (8 + 4 * string)) & 0xF);
+        indicators[string] = TARVFretIndicator(
+            fret == kMutedKeyFret ? std::int8_t{-1} : static_cast<std::int8_t>(fret), string);
+    }
+    // Marks in string order, which the shape keeps without moving any.
+    TARVChordShapePtr shape = TARVChordShape::shapeFromIndicatorArray(
+        std::span<const TARVFretIndicator>(indicators.data(), pending.stringCount),
+        static_cast<std::uint8_t>(pending.key & 0xFF));
+    shape->setBadness(pending.badness);
+    return shape;
+}
+
+void TARVChordShapeGenerator::buildPendingShapes() const {
+    if (_pendingShapes.empty()) {
+        return;
+    }
+    for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
+        if (!_shapeSet[index]) {
+            _shapeSet[index] = shapeForPendingShape(_pendingShapes[index]);
+        }
+    }
+    _pendingShapes.clear();
+}
+
+std::uint64_t TARVChordShapeGenerator::scoreForShape(const TARVChordShape& shape) const {
+    const std::uint8_t stringCount = _tuning->stringCount();
+    // Every generated shape has a mark for every string of the tuning, so only a six-string
+    // tuning's shapes can be in the standard table.
+    if (stringCount != kStandardTableStringCount) {
+        return TARVChordShapeScorer::formulaScoreForShape(shape, stringCount);
+    }
+    return TARVChordShapeScorer::scoreForShape(shape, stringCount);
+}
+
+void TARVChordShapeGenerator::prepareEnumeration() {
+    _rawStringCount = 0;
+    const SStringedInstrumentTuning& tuning = *_tuning;
+    const std::uint32_t stringCount = tuning.stringCount();
+    if (stringCount < 2 || stringCount > kMaximumRawStrings ||
+        tuning.fretCount() > kPlainFretCount) {
+        return;
+    }
+    std::uint32_t seen = 0;
+    const auto& transform = tuning.stringOrderTransform();
+    if (transform && transform->size() != stringCount) {
+        return;
+    }
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        const std::int64_t tuningString = transform ? (*transform)[string] : string;
+        if (tuningString < 0 || tuningString >= static_cast<std::int64_t>(stringCount) ||
+            (seen & (1u << tuningString)) != 0) {
+            return;
+        }
+        seen |= 1u << tuningString;
+        _tuningString[string] = static_cast<std::uint8_t>(tuningString);
+        _openPitchClass[string] = _openValues[_tuningString[string]];
+    }
+    _lowestMutedAbove[stringCount - 1] = static_cast<std::uint8_t>(stringCount);
+    for (std::uint32_t string = stringCount - 1; string > 0; --string) {
+        _lowestMutedAbove[string - 1] = std::min(_lowestMutedAbove[string], _tuningString[string]);
     }
 
-    for (const TARVChordShapePtr& shape : _shapeSet) {
-        shape->setBadness(TARVChordShapeScorer::scoreForShape(*shape, stringCount));
+    // The frets of a string at which chord notes sound repeat every octave, so the choices of a
+    // range depend only on the pitch class at its start (a repeated note adds no choice).
+    const std::uint16_t chordBits = TARVNoteValueMask(_chord->notes());
+    for (unsigned pitchClass = 0; pitchClass < 12; ++pitchClass) {
+        auto& plain = _patterns[pitchClass];
+        auto& muted = _patterns[12 + pitchClass];
+        std::uint8_t count = 0;
+        muted[0] = StringChoice{-1, 0};
+        for (std::int8_t fret = 0; fret <= 4; ++fret) {
+            const std::uint16_t bit = noteBit(pitchClass + static_cast<unsigned>(fret));
+            if ((chordBits & bit) != 0) {
+                plain[count] = StringChoice{fret, bit};
+                muted[count + 1] = plain[count];
+                ++count;
+            }
+        }
+        _patternCounts[pitchClass] = count;
     }
-
-    std::vector<TARVChordShapePtr> sorted = _shapeSet;
-    std::stable_sort(
-        sorted.begin(), sorted.end(),
-        [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) { return a->compare(*b) < 0; });
-    if (sorted.size() > kMaximumShapes) {
-        sorted.resize(kMaximumShapes);
-    }
-    return sorted;
+    _validKeys.assign(64, kFreeKey);
+    _validKeyCount = 0;
+    _rawStringCount = stringCount;
 }
 
 TARVFretRange TARVChordShapeGenerator::_fretRangeAtFret(std::uint32_t fret,
@@ -120,6 +266,13 @@ void TARVChordShapeGenerator::_addShapesAtFret(std::uint32_t fret) {
 }
 
 void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
+    if (!_chord || !_tuning) {
+        return;
+    }
+    if (enumeratesRawCandidates()) {
+        addRawCandidatesForFretRange(range);
+        return;
+    }
     const SNote bassNote = _chord->addedBase().value_or(_chord->root());
     const std::uint8_t stringCount = _tuning->stringCount();
     _rangeFrets.resize(stringCount);
@@ -127,12 +280,13 @@ void TARVChordShapeGenerator::_addShapesForFretRange(TARVFretRange range) {
         fillFretsForString(string, range, _rangeFrets[string]);
     }
     for (std::int32_t string = static_cast<std::int32_t>(stringCount) - 1; string >= 1; --string) {
-        enumerateShapes<true>(range, bassNote, static_cast<std::uint32_t>(string),
-                              [this](const TARVChordShape& shape) { addToShapeSet(shape); });
+        enumerateShapes(range, bassNote, static_cast<std::uint32_t>(string),
+                        [this](const TARVChordShape& shape) { addToShapeSet(shape); });
     }
 }
 
 void TARVChordShapeGenerator::addToShapeSet(const TARVChordShape& shape) {
+    buildPendingShapes();
     // Equal shapes are equally valid, so an invalid shape can be dropped before it is compared:
     // the set ends with the same survivors, in the same order, as when invalid shapes are
     // removed from the whole set afterwards.
@@ -152,31 +306,9 @@ void TARVChordShapeGenerator::addToShapeSet(const TARVChordShape& shape) {
         }
     }
     _seenTable[slot] = static_cast<std::int32_t>(_shapeSet.size());
-    _shapeSet.push_back(std::make_shared<TARVChordShape>(shape));
-}
-
-bool TARVChordShapeGenerator::insertCandidateKey(const CandidateKey& key) {
-    if (_candidateKeys.empty() || 2 * (_candidateKeyCount + 1) > _candidateKeys.size()) {
-        std::vector<CandidateKey> old = std::move(_candidateKeys);
-        _candidateKeys.assign(old.empty() ? 1024 : 2 * old.size(), CandidateKey{0, 0});
-        _candidateKeyCount = 0;
-        for (const CandidateKey& entry : old) {
-            if (entry.low != 0) {
-                insertCandidateKey(entry);
-            }
-        }
-    }
-    const std::size_t mask = _candidateKeys.size() - 1;
-    std::uint64_t mixed = (key.low ^ (key.high * 0x9E3779B97F4A7C15ULL)) * 0xBF58476D1CE4E5B9ULL;
-    std::size_t slot = static_cast<std::size_t>(mixed >> 32) & mask;
-    for (; _candidateKeys[slot].low != 0; slot = (slot + 1) & mask) {
-        if (_candidateKeys[slot].low == key.low && _candidateKeys[slot].high == key.high) {
-            return false;
-        }
-    }
-    _candidateKeys[slot] = key;
-    ++_candidateKeyCount;
-    return true;
+    auto added = std::make_shared<TARVChordShape>(shape);
+    added->setBadness(scoreForShape(*added));
+    _shapeSet.push_back(std::move(added));
 }
 
 void TARVChordShapeGenerator::growSeenTable() {
@@ -201,13 +333,13 @@ TARVChordShapeGenerator::_shapesForFretRange(TARVFretRange range, const SNote& w
         fillFretsForString(string, range, _rangeFrets[string]);
     }
     std::vector<TARVChordShapePtr> shapes;
-    enumerateShapes<false>(range, withBassNote, onString, [&shapes](const TARVChordShape& shape) {
+    enumerateShapes(range, withBassNote, onString, [&shapes](const TARVChordShape& shape) {
         shapes.push_back(std::make_shared<TARVChordShape>(shape));
     });
     return shapes;
 }
 
-template <bool SkipRepeatedCandidates, typename OnShape>
+template <typename OnShape>
 void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& bassNote,
                                               std::uint32_t bassString, OnShape&& onShape) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
@@ -236,36 +368,12 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
     }
     _choice.assign(lastPosition + 1, 0);
 
-    // A candidate is wholly described by its bass string, its base fret and its frets relative
-    // to that base fret, every negative fret being a muted string alike. A candidate met before
-    // builds a shape equal to one already offered, so it can be passed over unbuilt.
-    const bool keyed = SkipRepeatedCandidates && lastPosition + 1 <= kKeyedCandidatePositions;
-
     while (true) {
-        bool repeated = false;
-        if (keyed) {
-            const std::uint8_t offset = _normalizationOffsetForIndicatorArray(_candidate);
-            CandidateKey key{static_cast<std::uint64_t>(offset + range.location) & 0xFF, 0};
-            key.low |= static_cast<std::uint64_t>(bassString) << 8;
-            for (std::size_t position = 0; position <= lastPosition; ++position) {
-                const int fret = _candidate[position].fret();
-                const auto byte = static_cast<std::uint8_t>(fret < 0 ? 0xFF : fret - offset);
-                const std::size_t bit = 16 + 8 * position;
-                if (bit < 64) {
-                    key.low |= static_cast<std::uint64_t>(byte) << bit;
-                } else {
-                    key.high |= static_cast<std::uint64_t>(byte) << (bit - 64);
-                }
-            }
-            repeated = !insertCandidateKey(key);
-        }
-        if (!repeated) {
-            std::uint8_t offset = 0;
-            normalizeInto(_candidate, _normalized, offset);
-            _scratchShape._rebuildFromIndicatorArray(
-                _normalized, static_cast<std::uint8_t>(offset + range.location));
-            onShape(_scratchShape);
-        }
+        std::uint8_t offset = 0;
+        normalizeInto(_candidate, _normalized, offset);
+        _scratchShape._rebuildFromIndicatorArray(
+            _normalized, static_cast<std::uint8_t>(offset + range.location));
+        onShape(_scratchShape);
 
         std::size_t position = lastPosition;
         for (; position >= 1; --position) {
@@ -281,6 +389,200 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
             return;
         }
     }
+}
+
+void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) {
+    const std::uint32_t stringCount = _rawStringCount;
+    const bool twoNotes = _chord->notes().size() == 2;
+    // The frets of the lists lie below the fret count.
+    const std::uint64_t highest =
+        std::min<std::uint64_t>(range.location + range.length, _tuning->fretCount() - 1u);
+    const std::uint64_t span = highest - range.location;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        // The same choices as _fretsForString: the muted marker first when it is offered, then
+        // the frets of the range in ascending order.
+        const unsigned pitchClass = (_openPitchClass[string] + range.location) % 12;
+        const StringChoice* choices = _patterns[pitchClass].data();
+        std::uint8_t count = _patternCounts[pitchClass];
+        while (count > 0 && static_cast<std::uint64_t>(choices[count - 1].fret) > span) {
+            --count;
+        }
+        if (string == 0 || count == 0 || range.location == 0 || twoNotes) {
+            choices = _patterns[12 + pitchClass].data();
+            ++count;
+        }
+        _choices[string] = choices;
+        _choiceCounts[string] = count;
+    }
+    for (std::uint32_t string = stringCount - 1; string >= 1; --string) {
+        addRawCandidatesForBassString(range, string);
+    }
+}
+
+[[gnu::always_inline]] inline TARVChordShapeGenerator::ChoicePrefix
+TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
+                                      const StringChoice& choice) const noexcept {
+    ChoicePrefix next = prefix;
+    const std::uint8_t tuningString = _tuningString[string];
+    if (choice.fret < 0) {
+        next.lowestMuted = std::min(next.lowestMuted, tuningString);
+        return next;
+    }
+    const auto fret = static_cast<std::uint8_t>(choice.fret);
+    next.noteBits = static_cast<std::uint16_t>(next.noteBits | choice.noteBit);
+    next.lowestFret = std::min(next.lowestFret, fret);
+    if (tuningString >= next.highestString) {
+        next.highestString = static_cast<std::uint8_t>(tuningString + 1);
+        next.highestNoteBit = choice.noteBit;
+    }
+    if (tuningString + 1u != _rawStringCount) {
+        ++next.fingered;
+        ++next.fingeredAt[fret];
+    }
+    ++next.heldAt[fret];
+    next.highestAt[fret] = std::max(next.highestAt[fret], tuningString);
+    return next;
+}
+
+[[gnu::always_inline]] inline bool
+TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
+                                       TARVFretRange range) const noexcept {
+    // The rules of isValidChordShape, read off the candidate: every characteristic note sounds,
+    // the highest sounding tuning string plays the bass, and at most four fingers are needed.
+    if ((prefix.noteBits & _characteristicMask) != _characteristicMask ||
+        prefix.highestNoteBit != noteBit(_bassValue)) {
+        return false;
+    }
+    const std::uint8_t lowest = prefix.lowestFret;
+    const std::uint8_t atLowest = prefix.fingeredAt[lowest];
+    std::size_t fingers = prefix.fingered - atLowest;
+    if (range.location + lowest == 0) {
+        // At the nut the strings at fret 0 are open.
+    } else if (prefix.heldAt[lowest] >= 2 && prefix.lowestMuted > prefix.highestAt[lowest]) {
+        // One barre holds every string at the base fret.
+        fingers += 1;
+    } else {
+        fingers += atLowest;
+    }
+    return fingers <= kMaximumFingers;
+}
+
+void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
+                                                            std::uint32_t bassString) {
+    // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
+    const StringChoice* bassChoices = _choices[bassString];
+    const StringChoice* bass = nullptr;
+    for (std::size_t index = 0; index < _choiceCounts[bassString]; ++index) {
+        if (bassChoices[index].fret >= 0 && bassChoices[index].noteBit == noteBit(_bassValue)) {
+            bass = &bassChoices[index];
+            break;
+        }
+    }
+    if (bass == nullptr) {
+        return;
+    }
+
+    ChoicePrefix base{};
+    base.lowestFret = 0xFF;
+    base.lowestMuted = _lowestMutedAbove[bassString];
+    _prefixes[bassString] = extendPrefix(base, bassString, *bass);
+    _chosen[bassString] = static_cast<std::uint8_t>(bass - bassChoices);
+
+    // Candidates in the order _indicatorListsForFretRange lists them: the string next to the bass
+    // varies slowest, string 0 fastest. `_prefixes[s]` holds the choices of the bass string down
+    // to string s; the choices of string 0 are tried against `_prefixes[1]` directly.
+    std::uint32_t string = bassString;
+    while (true) {
+        for (; string > 1; --string) {
+            _prefixes[string - 1] = extendPrefix(_prefixes[string], string - 1,
+                                                 _choices[string - 1][_chosen[string - 1]]);
+        }
+        const ChoicePrefix& above = _prefixes[1];
+        const StringChoice* last = _choices[0];
+        for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
+            const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
+            if (isValidPrefix(candidate, range)) {
+                _chosen[0] = index;
+                addRawCandidate(range, bassString, candidate);
+            }
+        }
+        // Advance the odometer of strings 1 to bass - 1.
+        string = 1;
+        while (string < bassString && ++_chosen[string] >= _choiceCounts[string]) {
+            _chosen[string] = 0;
+            ++string;
+        }
+        if (string >= bassString) {
+            break;
+        }
+        // `string` moved on; the strings below it start again from their first choice.
+        _prefixes[string] =
+            extendPrefix(_prefixes[string + 1], string, _choices[string][_chosen[string]]);
+    }
+    std::fill(_chosen.begin(), _chosen.begin() + bassString + 1, std::uint8_t{0});
+}
+
+void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t bassString,
+                                              const ChoicePrefix& prefix) {
+    const std::uint32_t stringCount = _rawStringCount;
+    const std::uint8_t offset = prefix.lowestFret;
+    const auto baseFret = static_cast<std::uint8_t>(range.location + offset);
+
+    // A candidate's shape is fixed by its base fret and the fret of every tuning string relative
+    // to it (or its being muted); different such candidates give shapes that are not equal.
+    std::uint64_t key = baseFret;
+    std::array<TARVFretIndicator, kMaximumRawStrings> normalized;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        std::int8_t fret = -1;
+        if (string <= bassString) {
+            fret = _choices[string][_chosen[string]].fret;
+        }
+        const std::uint8_t tuningString = _tuningString[string];
+        std::uint64_t keyFret = kMutedKeyFret;
+        if (fret >= 0) {
+            fret = static_cast<std::int8_t>(fret - offset);
+            keyFret = static_cast<std::uint64_t>(fret);
+        } else {
+            fret = -1;
+        }
+        key |= keyFret << (8 + 4 * tuningString);
+        normalized[tuningString] = TARVFretIndicator(fret, tuningString);
+    }
+    if (!insertValidKey(key)) {
+        return;
+    }
+    // Marks in string order, which the shape keeps without moving any.
+    _scratchShape._rebuildFromIndicatorArray(
+        std::span<const TARVFretIndicator>(normalized.data(), stringCount), baseFret);
+    if (_pendingShapes.size() != _shapeSet.size()) {
+        _pendingShapes.resize(_shapeSet.size());
+    }
+    _pendingShapes.push_back(
+        PendingShape{key, scoreForShape(_scratchShape), static_cast<std::uint8_t>(stringCount)});
+    _shapeSet.emplace_back();
+}
+
+bool TARVChordShapeGenerator::insertValidKey(std::uint64_t key) {
+    if (2 * (_validKeyCount + 1) > _validKeys.size()) {
+        std::vector<std::uint64_t> old = std::move(_validKeys);
+        _validKeys.assign(2 * old.size(), kFreeKey);
+        _validKeyCount = 0;
+        for (const std::uint64_t entry : old) {
+            if (entry != kFreeKey) {
+                insertValidKey(entry);
+            }
+        }
+    }
+    const std::size_t mask = _validKeys.size() - 1;
+    std::size_t slot = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ULL) >> 40) & mask;
+    for (; _validKeys[slot] != kFreeKey; slot = (slot + 1) & mask) {
+        if (_validKeys[slot] == key) {
+            return false;
+        }
+    }
+    _validKeys[slot] = key;
+    ++_validKeyCount;
+    return true;
 }
 
 std::optional<std::int16_t>
@@ -308,6 +610,7 @@ TARVChordShapeGenerator::_fretsForString(std::uint32_t string, TARVFretRange inF
 
 void TARVChordShapeGenerator::fillFretsForString(std::uint32_t string, TARVFretRange range,
                                                  std::vector<std::int16_t>& frets) const {
+    buildFretLists();
     const auto& all = _stringFretLists.at(string);
     frets.clear();
     frets.push_back(kMutedMarker);
@@ -316,8 +619,8 @@ void TARVChordShapeGenerator::fillFretsForString(std::uint32_t string, TARVFretR
             frets.push_back(fret);
         }
     }
-    const bool offerMuted =
-        string == 0 || frets.size() == 1 || range.location == 0 || _chord->notes().size() == 2;
+    const bool offerMuted = string == 0 || frets.size() == 1 || range.location == 0 ||
+                            (_chord && _chord->notes().size() == 2);
     if (!offerMuted) {
         frets.erase(frets.begin());
     }
@@ -402,6 +705,9 @@ void TARVChordShapeGenerator::normalizeInto(std::span<const TARVFretIndicator> i
 }
 
 bool TARVChordShapeGenerator::isValidChordShape(const TARVChordShape& shape) const {
+    if (!_hasChord || !_tuning) {
+        return false;
+    }
     if (shape._fingersRequiredToPlayWithStringCount(_tuning->stringCount()) > 4) {
         return false;
     }
@@ -468,6 +774,7 @@ bool TARVChordShapeGenerator::_shapeNotesHaveCharacteristicNotesForChord(
 }
 
 void TARVChordShapeGenerator::_removeInvalidShapes() {
+    buildPendingShapes();
     std::erase_if(_shapeSet,
                   [this](const TARVChordShapePtr& shape) { return !isValidChordShape(*shape); });
 }

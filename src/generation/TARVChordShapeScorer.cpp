@@ -25,7 +25,11 @@ std::uint64_t TARVChordShapeScorer::scoreForShape(const TARVChordShape& shape,
     if (standard != 0) {
         return standard;
     }
+    return formulaScoreForShape(shape, stringCount);
+}
 
+std::uint64_t TARVChordShapeScorer::formulaScoreForShape(const TARVChordShape& shape,
+                                                         std::int64_t stringCount) noexcept {
     const std::uint64_t baseFret = shape.baseFret();
     std::uint64_t badness =
         kBaseFretCost * baseFret + kReachCost * shape.reach() +

@@ -1,7 +1,7 @@
-#include "tarv/music/SPitch.hpp"
 #include "tarv/archive/TARVArchiveClass.hpp"
 #include "tarv/archive/TARVKeyedArchiver.hpp"
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
+#include "tarv/music/SPitch.hpp"
 
 namespace tarv {
 

@@ -21,9 +21,14 @@ struct Unit {
     std::int8_t fret;
 };
 
-/// Strain of a barre: laying one costs a little, and more the more strings it holds.
-constexpr double kBarreStrain = 0.5;
+/// Strain of a barre: laying one costs a little, and more the more strings it holds; the index
+/// finger lays one most easily.
+constexpr double kIndexBarreStrain = 0.3;
+constexpr double kBarreStrain = 0.6;
 constexpr double kBarreStringStrain = 0.1;
+constexpr double kIndexBarreStringStrain = 0.05;
+/// Two fingers at one fret, strings apart: the hand twists to reach both.
+constexpr double kSpreadStrain = 0.3;
 /// The thumb is used only where it helps.
 constexpr double kThumbStrain = 1.0;
 /// Fingers squeezed closer than a fret apart for every finger between them.
@@ -71,7 +76,13 @@ Candidate assignFingers(const std::vector<Unit>& positions,
             previousFinger = finger;
             previousFret = fret;
         }
-        const double strain = stretch + kCrampStrain * cramp;
+        double spread = 0;
+        for (std::size_t i = 1; i < k; ++i) {
+            if (positions[i].fret == positions[i - 1].fret) {
+                spread += std::max(0, positions[i - 1].lowString - positions[i].string - 1);
+            }
+        }
+        const double strain = stretch + kCrampStrain * cramp + kSpreadStrain * spread;
         if (strain < best.strain) {
             best.strain = strain;
             best.stretch = stretch;
@@ -124,7 +135,9 @@ bool TARVFingering::usesThumb() const noexcept {
 double TARVFingering::strain() const noexcept {
     double strain = _stretch + _crossing;
     for (const Barre& barre : _barres) {
-        strain += kBarreStrain + kBarreStringStrain * (barre.highString - barre.lowString + 1);
+        const int strings = barre.highString - barre.lowString + 1;
+        strain += barre.finger == 1 ? kIndexBarreStrain + kIndexBarreStringStrain * strings
+                                    : kBarreStrain + kBarreStringStrain * strings;
     }
     return strain + (usesThumb() ? kThumbStrain : 0.0);
 }
@@ -253,8 +266,9 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
                 }
             }
             for (const Barre& laid : chosenBarres) {
-                strain +=
-                    kBarreStrain + kBarreStringStrain * (laid.highString - laid.lowString + 1);
+                const int strings = laid.highString - laid.lowString + 1;
+                strain += laid.finger == 1 ? kIndexBarreStrain + kIndexBarreStringStrain * strings
+                                           : kBarreStrain + kBarreStringStrain * strings;
             }
             if (thumb) {
                 strain += kThumbStrain;

@@ -34,15 +34,29 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
     if (ranking == Ranking::Playable) {
         return TARVPlayableShapes::shapesForChord(chord, tuning, options);
     }
-    const TARVChordShapeGeneratorPtr generator =
-        ranking == Ranking::Cached ? TARVChordShapeGenerator::generatorWithChord(chord, tuning)
-                                   : TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+    TARVChordShapeGeneratorPtr generator;
+    switch (ranking) {
+    case Ranking::Cached:
+        generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
+        break;
+    case Ranking::Forced:
+        generator = TARVChordShapeGenerator::initWithChord(chord, tuning, true);
+        break;
+    default:
+        generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+        break;
+    }
     if (!generator || !generator->shapes()) {
         return answer;
     }
+    const int neck = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
     for (const TARVChordShapePtr& shape : *generator->shapes()) {
-        if (shape) {
-            answer.push_back(playableFromChordShape(*shape, chord, tuning, options));
+        if (!shape) {
+            continue;
+        }
+        TARVPlayableShape playable = playableFromChordShape(*shape, chord, tuning, options);
+        if (playable.highestFret() <= neck) {
+            answer.push_back(std::move(playable));
         }
     }
     return answer;

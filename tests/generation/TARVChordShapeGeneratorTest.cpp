@@ -444,3 +444,20 @@ TEST(TARVNoteAdditions, EnharmonicSubset) {
     EXPECT_FALSE(_tarv_isEnharmonicSubsetOfSet({note("D")}, {note("C#")}));
     EXPECT_TRUE(_tarv_isEnharmonicSubsetOfSet({}, {}));
 }
+
+TEST(TARVChordShapeGenerator, AbsentChordOrTuningGeneratesNothing) {
+    for (const auto& [chordPtr, tuning] :
+         std::vector<std::pair<SChordPtr, SStringedInstrumentTuningPtr>>{
+             {nullptr, standard()}, {chord("C"), nullptr}, {nullptr, nullptr}}) {
+        const auto generator = TARVChordShapeGenerator::initUncachedWithChord(chordPtr, tuning);
+        ASSERT_TRUE(generator->shapes());
+        EXPECT_TRUE(generator->shapes()->empty());
+        EXPECT_TRUE(generator->shapeSet().empty());
+        EXPECT_TRUE(generator->stringFretLists().empty());
+
+        TARVChordShapeGenerator constructed(chordPtr, tuning);
+        EXPECT_TRUE(constructed._buildShapes().empty());
+        EXPECT_FALSE(constructed.isValidChordShape(
+            *TARVChordShape::shapeForFretNumberString("x,3,2,0,1,0")));
+    }
+}

@@ -104,11 +104,20 @@ void PrintTo(const AliasCase& aliasCase, std::ostream* out) {
     *out << '"' << aliasCase.root << aliasCase.alias << "\" (" << aliasCase.identifier << ")";
 }
 
+/// Spellings that do not take the table's tones: "alt" holds the altered tones, and "7(11)"
+/// is C7 with an added eleventh. Tested on their own below.
+bool readsOtherThanTheTable(std::string_view identifier, std::string_view alias) {
+    return identifier == "7alt" || (identifier == "11" && alias == "7(11)");
+}
+
 std::vector<AliasCase> aliasCases() {
     std::vector<AliasCase> cases;
     for (const auto& definition : SChordQualityDefinitions()) {
         for (std::size_t i = 0; i < definition.aliases.size(); ++i) {
             const std::string alias(definition.aliases[i]);
+            if (readsOtherThanTheTable(definition.identifier, alias)) {
+                continue;
+            }
             // Accidentals right after the root letter belong to the root, so a spelling that
             // begins with one is tried after roots with the other accidental only.
             std::vector<std::string> roots{"C", "F#", "Bb", "E"};
@@ -716,7 +725,16 @@ TEST(SChord, ThirteenLeavesOutTheEleventh) {
 
 TEST(SChord, AltMeansTheJazzAlteredDominant) {
     EXPECT_EQ(qualityOf("Calt"), "7alt");
-    EXPECT_EQ(notesOf("C7alt"), (std::vector<int>{0, 4, 10}));
+    // Root, third and minor seventh with the flat and sharp ninth, the sharp eleventh (flat
+    // fifth) and the flat thirteenth (sharp fifth); no natural fifth or ninth.
+    EXPECT_EQ(spellings(chord("C7alt")->notes()),
+              (std::vector<std::string>{"C", "E", "Bb", "Db", "D#", "F#", "Ab"}));
+    EXPECT_EQ(characteristicNotesOf("C7alt"), (std::vector<int>{0, 4, 10, 8}));
+    for (const char* spelling : {"alt", "alt7", "7(alt)", "alt.", "altered"}) {
+        EXPECT_EQ(valueOf(std::string("C") + spelling), valueOf("C7alt")) << spelling;
+    }
+    EXPECT_NE(valueOf("C7alt"), valueOf("C7(no5)"));
+    EXPECT_NE(valueOf("C7alt"), valueOf("C7#5"));
 }
 
 TEST(SChord, SusNineMeansAddedNinth) {

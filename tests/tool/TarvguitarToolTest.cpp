@@ -298,7 +298,8 @@ TEST(TarvguitarShapesJson, BestShapeOfCIsTheOpenChord) {
     EXPECT_EQ(best["baseFret"], 0);
     EXPECT_EQ(best["baseString"], 4);
     EXPECT_EQ(best["reach"], 3);
-    EXPECT_EQ(best["fingers"], 3);
+    EXPECT_EQ(best["fingerCount"], 3);
+    EXPECT_EQ(best["fingers"], json({0, 1, 0, 2, 3, 0}));
     EXPECT_EQ(best["notes"], json({"E", "C", "G", "E", "C"}));
     const json expectedIndicators = json::parse(R"([
         {"kind": "open", "string": 0, "fret": 0},
@@ -308,14 +309,22 @@ TEST(TarvguitarShapesJson, BestShapeOfCIsTheOpenChord) {
         {"kind": "fret", "string": 4, "fret": 3},
         {"kind": "muted", "string": 5, "fret": -1}])");
     EXPECT_EQ(best["indicators"], expectedIndicators);
-    EXPECT_TRUE(best["badness"].is_number_unsigned());
+    // Ranked by the playability model: a score and its terms, no generator badness.
+    EXPECT_TRUE(best["score"].is_number());
+    EXPECT_FALSE(best.contains("badness"));
+    EXPECT_TRUE(best["terms"].contains("reach"));
 }
 
 TEST(TarvguitarShapesJson, BestShapeOfFIsTheBarreAtTheFirstFret) {
     const json best = onlyJson(runTool({"shapes", "F", "--format", "json"}))["shapes"].front();
     EXPECT_EQ(best["frets"], "1,3,3,2,1,1");
     EXPECT_EQ(best["baseFret"], 1);
-    EXPECT_EQ(best["fingers"], 4);
+    EXPECT_EQ(best["rank"], 1);
+    EXPECT_EQ(best["fingerCount"], 4);
+    // By string number, string 0 (high E) first: the index barre, then fingers 2, 4 and 3.
+    EXPECT_EQ(best["fingers"], json({1, 1, 2, 4, 3, 1}));
+    EXPECT_EQ(best["barres"],
+              json::parse(R"([{"fret":1,"lowString":0,"highString":5,"finger":1}])"));
     ASSERT_FALSE(best["indicators"].empty());
     const json& barre = best["indicators"].front();
     EXPECT_EQ(barre["kind"], "barre");
@@ -347,7 +356,8 @@ TEST(TarvguitarShapesJson, UncachedShapesComeBestFirstAndAtMostTwenty) {
 
 TEST(TarvguitarShapesJson, CachedShapesComeInTheCacheOrder) {
     for (const char* symbol : {"C", "G7", "Dm", "E", "C#m7b5"}) {
-        const json shapes = onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"];
+        const json shapes =
+            onlyJson(runTool({"shapes", symbol, "--rank", "spec", "--format", "json"}))["shapes"];
         EXPECT_FALSE(shapes.empty()) << symbol;
         expectBestFirst(shapes, symbol);
     }
@@ -392,10 +402,10 @@ std::vector<std::string> fretTexts(const json& shapes) {
 
 TEST(TarvguitarShapesJson, CachedAnswerHoldsEveryUncachedShape) {
     for (const char* symbol : {"G", "Bbm7", "F#7b9", "Am/E"}) {
-        const std::vector<std::string> cached =
-            fretTexts(onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"]);
-        const std::vector<std::string> uncached = fretTexts(
-            onlyJson(runTool({"shapes", symbol, "--uncached", "--format", "json"}))["shapes"]);
+        const std::vector<std::string> cached = fretTexts(
+            onlyJson(runTool({"shapes", symbol, "--rank", "spec", "--format", "json"}))["shapes"]);
+        const std::vector<std::string> uncached = fretTexts(onlyJson(runTool(
+            {"shapes", symbol, "--rank", "spec", "--uncached", "--format", "json"}))["shapes"]);
         ASSERT_FALSE(uncached.empty()) << symbol;
         for (const std::string& frets : uncached) {
             EXPECT_NE(std::find(cached.begin(), cached.end(), frets), cached.end())
@@ -408,7 +418,7 @@ TEST(TarvguitarShapesJson, WithoutWellKnownShapesTheCachedAnswerIsTheGeneratedOn
     // The shipped bass file lists no well-known shapes: only what generation finds.
     for (const char* symbol : {"C", "Am7", "G/B"}) {
         const std::vector<std::string> bass{"--instrument", "Bass", "--format", "json"};
-        std::vector<std::string> cachedArguments{"shapes", symbol};
+        std::vector<std::string> cachedArguments{"shapes", symbol, "--rank", "spec"};
         cachedArguments.insert(cachedArguments.end(), bass.begin(), bass.end());
         std::vector<std::string> uncachedArguments = cachedArguments;
         uncachedArguments.push_back("--uncached");
@@ -451,7 +461,8 @@ TEST(TarvguitarNotationJson, WithoutTuningHasNeitherTuningNorNotes) {
     EXPECT_EQ(shape["frets"], "x,3,2,0,1,0");
     EXPECT_EQ(shape["baseFret"], 0);
     EXPECT_EQ(shape["baseString"], 4);
-    EXPECT_EQ(shape["fingers"], 3);
+    EXPECT_EQ(shape["fingerCount"], 3);
+    EXPECT_EQ(shape["fingers"], json({0, 1, 0, 2, 3, 0}));
     EXPECT_EQ(shape["indicators"].size(), 6U);
 }
 
@@ -545,9 +556,9 @@ TEST(TarvguitarShapesText, OpenShapeShowsTheNutAndItsMarkers) {
     ASSERT_GE(box.size(), 6U);
     EXPECT_EQ(box[2], "x     o   o");
     EXPECT_EQ(box[3], "╒═╤═╤═╤═╤═╕");
-    EXPECT_EQ(box[4], "│ │ │ │ ● │");
-    EXPECT_EQ(box[6], "│ │ ● │ │ │");
-    EXPECT_EQ(box[8], "│ ● │ │ │ │");
+    EXPECT_EQ(box[4], "│ │ │ │ 1 │");
+    EXPECT_EQ(box[6], "│ │ 2 │ │ │");
+    EXPECT_EQ(box[8], "│ 3 │ │ │ │");
 }
 
 TEST(TarvguitarShapesText, ShapeUpTheNeckWritesItsFirstFretBesideTheFirstRow) {
@@ -555,8 +566,8 @@ TEST(TarvguitarShapesText, ShapeUpTheNeckWritesItsFirstFretBesideTheFirstRow) {
     ASSERT_GE(box.size(), 5U);
     EXPECT_EQ(box[2], "x");
     EXPECT_EQ(box[3], "┌─┬─┬─┬─┬─┐");
-    EXPECT_EQ(box[4], "│ ●━━━━━━━● 5fr");
-    EXPECT_EQ(box[8], "│ │ ● ● ● │");
+    EXPECT_EQ(box[4], "│ 1━━━━━━━1 5fr");
+    EXPECT_EQ(box[8], "│ │ 3━━━3 │");
 }
 
 TEST(TarvguitarShapesText, BoxIsAsTallAsTheShapeReaches) {
@@ -607,7 +618,9 @@ TEST(TarvguitarShapesSvg, IsOneWellFormedDocument) {
     const RunResult result = runTool({"shapes", "C", "F", "--format", "svg"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.out.rfind("<?xml", 0), 0U);
-    EXPECT_EQ(occurrences(result.out, "<svg "), 1U);
+    // One document; each diagram is a nested drawing of its own.
+    EXPECT_EQ(occurrences(result.out, "<svg "),
+              1U + occurrences(result.out, "class=\"chord-diagram\""));
     expectWellFormedXml(result.out);
 }
 
@@ -809,16 +822,18 @@ TEST(TarvguitarHelp, EveryCommandHasHelp) {
 // The shape cache ----------------------------------------------------------------------------
 
 TEST(TarvguitarShapesCache, WellKnownShapesComeFirstFromTheShippedFile) {
-    const json c = onlyJson(runTool({"shapes", "C", "--format", "json"}))["shapes"];
+    const json c =
+        onlyJson(runTool({"shapes", "C", "--rank", "spec", "--format", "json"}))["shapes"];
     ASSERT_FALSE(c.empty());
     EXPECT_EQ(c.front()["frets"], "x,3,2,0,1,0");
     for (const json& shape : c) {
         EXPECT_EQ(shape["badness"], 0) << shape["frets"];
     }
     // The well-known shape of Db is not the one generation ranks best.
-    const json db = onlyJson(runTool({"shapes", "Db", "--format", "json"}))["shapes"];
-    const json generated =
-        onlyJson(runTool({"shapes", "Db", "--uncached", "--format", "json"}))["shapes"];
+    const json db =
+        onlyJson(runTool({"shapes", "Db", "--rank", "spec", "--format", "json"}))["shapes"];
+    const json generated = onlyJson(
+        runTool({"shapes", "Db", "--rank", "spec", "--uncached", "--format", "json"}))["shapes"];
     ASSERT_FALSE(db.empty());
     ASSERT_FALSE(generated.empty());
     EXPECT_EQ(db.front()["frets"], "x,4,3,1,2,1");
@@ -826,51 +841,55 @@ TEST(TarvguitarShapesCache, WellKnownShapesComeFirstFromTheShippedFile) {
 }
 
 TEST(TarvguitarShapesCache, UncachedShapesCarryTheirScores) {
-    const json shapes =
-        onlyJson(runTool({"shapes", "C", "--uncached", "--format", "json"}))["shapes"];
+    const json shapes = onlyJson(
+        runTool({"shapes", "C", "--rank", "spec", "--uncached", "--format", "json"}))["shapes"];
     ASSERT_FALSE(shapes.empty());
     EXPECT_GT(shapes.front()["badness"].get<std::uint64_t>(), 0U);
 }
 
 TEST(TarvguitarShapesCache, TuningWithoutShippedFileIsGenerated) {
-    const json shapes = onlyJson(
-        runTool({"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4", "--format", "json"}))["shapes"];
+    const json shapes = onlyJson(runTool({"shapes", "C", "--rank", "spec", "--tuning",
+                                          "C2 G2 D3 A3 E4 G4", "--format", "json"}))["shapes"];
     ASSERT_FALSE(shapes.empty());
     EXPECT_GT(shapes.front()["badness"].get<std::uint64_t>(), 0U);
     EXPECT_LE(shapes.size(), 20U);
 }
 
 TEST(TarvguitarShapesCache, CachedAnswerMayHoldMoreThanTwentyShapesAndLimitApplies) {
-    const json all = onlyJson(runTool({"shapes", "A11", "--format", "json"}))["shapes"];
+    const json all =
+        onlyJson(runTool({"shapes", "A11", "--rank", "spec", "--format", "json"}))["shapes"];
     EXPECT_GT(all.size(), 20U);
-    const json limited =
-        onlyJson(runTool({"shapes", "A11", "--limit", "3", "--format", "json"}))["shapes"];
+    const json limited = onlyJson(
+        runTool({"shapes", "A11", "--rank", "spec", "--limit", "3", "--format", "json"}))["shapes"];
     ASSERT_EQ(limited.size(), 3U);
     for (std::size_t index = 0; index < limited.size(); ++index) {
         EXPECT_EQ(limited[index]["frets"], all[index]["frets"]);
     }
-    const RunResult text = runTool({"shapes", "A11", "--limit", "3"});
+    const RunResult text = runTool({"shapes", "A11", "--rank", "spec", "--limit", "3"});
     EXPECT_EQ(text.out.rfind("A11: 3 of " + std::to_string(all.size()) + " shapes", 0), 0U)
         << text.out;
 }
 
 TEST(TarvguitarShapesCache, ForcedGenerationMergesTheGeneratedShapesIntoTheCachedOnes) {
-    const json cached = onlyJson(runTool({"shapes", "Am/E", "--format", "json"}))["shapes"];
-    const json forced =
-        onlyJson(runTool({"shapes", "Am/E", "--force", "--format", "json"}))["shapes"];
+    const json cached =
+        onlyJson(runTool({"shapes", "Am/E", "--rank", "spec", "--format", "json"}))["shapes"];
+    const json forced = onlyJson(
+        runTool({"shapes", "Am/E", "--rank", "spec", "--force", "--format", "json"}))["shapes"];
     // The file holds the best generated shapes already: forcing adds none and keeps the order.
     EXPECT_EQ(fretTexts(forced), fretTexts(cached));
 
     // Where no file holds the chord, forcing generates it as the cache would.
-    const json generated = onlyJson(runTool(
-        {"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4", "--force", "--format", "json"}))["shapes"];
-    const json uncached = onlyJson(runTool({"shapes", "C", "--tuning", "C2 G2 D3 A3 E4 G4",
-                                            "--uncached", "--format", "json"}))["shapes"];
+    const json generated =
+        onlyJson(runTool({"shapes", "C", "--rank", "spec", "--tuning", "C2 G2 D3 A3 E4 G4",
+                          "--force", "--format", "json"}))["shapes"];
+    const json uncached =
+        onlyJson(runTool({"shapes", "C", "--rank", "spec", "--tuning", "C2 G2 D3 A3 E4 G4",
+                          "--uncached", "--format", "json"}))["shapes"];
     EXPECT_EQ(fretTexts(generated), fretTexts(uncached));
 }
 
 TEST(TarvguitarShapesCache, ForceAndUncachedExcludeEachOther) {
-    const RunResult result = runTool({"shapes", "C", "--force", "--uncached"});
+    const RunResult result = runTool({"shapes", "C", "--rank", "spec", "--force", "--uncached"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_EQ(lines(result.err).size(), 1U) << result.err;
 }
@@ -889,9 +908,10 @@ int highestFret(const std::string& frets) {
 }
 
 TEST(TarvguitarShapesCache, CachedShapesBeyondTheNeckAreLeftOut) {
-    const json all = onlyJson(runTool({"shapes", "C", "--format", "json"}))["shapes"];
-    const json shortNeck =
-        onlyJson(runTool({"shapes", "C", "--frets", "5", "--format", "json"}))["shapes"];
+    const json all =
+        onlyJson(runTool({"shapes", "C", "--rank", "spec", "--format", "json"}))["shapes"];
+    const json shortNeck = onlyJson(
+        runTool({"shapes", "C", "--rank", "spec", "--frets", "5", "--format", "json"}))["shapes"];
     ASSERT_FALSE(shortNeck.empty());
     EXPECT_LT(shortNeck.size(), all.size());
     EXPECT_EQ(shortNeck.front()["frets"], "x,3,2,0,1,0");
@@ -899,16 +919,16 @@ TEST(TarvguitarShapesCache, CachedShapesBeyondTheNeckAreLeftOut) {
         EXPECT_LE(highestFret(shape["frets"]), 5) << shape["frets"];
     }
     // With a capo the frets are counted from the capo.
-    const json capo = onlyJson(
-        runTool({"shapes", "C", "--frets", "12", "--capo", "7", "--format", "json"}))["shapes"];
+    const json capo = onlyJson(runTool({"shapes", "C", "--rank", "spec", "--frets", "12", "--capo",
+                                        "7", "--format", "json"}))["shapes"];
     EXPECT_EQ(fretTexts(capo), fretTexts(shortNeck));
 }
 
 TEST(TarvguitarShapesCache, ShippedFilesAreFoundFromAnyWorkingDirectory) {
     // runTool starts the tool in a fresh, empty directory; the ukulele answer comes from the
     // shipped file (badness 0) all the same.
-    const json object =
-        onlyJson(runTool({"shapes", "Am", "--tuning", "G4 C4 E4 A4", "--format", "json"}));
+    const json object = onlyJson(
+        runTool({"shapes", "Am", "--rank", "spec", "--tuning", "G4 C4 E4 A4", "--format", "json"}));
     EXPECT_EQ(object["tuning"]["asciiNoteString"], "GCEA");
     ASSERT_FALSE(object["shapes"].empty());
     EXPECT_EQ(object["shapes"].front()["frets"], "2,0,0,0");
@@ -968,7 +988,8 @@ TEST(TarvguitarInstruments, SettingsFileThatDoesNotDecodeExitsTwoWithTheDecoding
 }
 
 json tuningOf(const std::vector<std::string>& arguments) {
-    std::vector<std::string> all{"shapes", "C", "--format", "json", "--limit", "1"};
+    std::vector<std::string> all{"shapes",   "C",    "--rank",  "spec",
+                                 "--format", "json", "--limit", "1"};
     all.insert(all.end(), arguments.begin(), arguments.end());
     return onlyJson(runTool(all))["tuning"];
 }

@@ -1,23 +1,10 @@
 #include "JsonFormatter.hpp"
 
-#include "ShapeDiagram.hpp"
+#include "tarv/diagrams/TARVShapeJSON.hpp"
 
 namespace tarv::tool {
 
 namespace {
-
-const char* indicatorKind(const TARVFretIndicator& indicator) {
-    if (indicator.isBarre()) {
-        return "barre";
-    }
-    if (indicator.isMuted()) {
-        return "muted";
-    }
-    if (indicator.isOpen()) {
-        return "open";
-    }
-    return "fret";
-}
 
 void writeJsonLine(std::ostream& out, const nlohmann::ordered_json& object) {
     // Texts from the command line need not be valid UTF-8; such bytes are replaced, not fatal.
@@ -27,94 +14,27 @@ void writeJsonLine(std::ostream& out, const nlohmann::ordered_json& object) {
 
 } // namespace
 
-nlohmann::ordered_json chordJson(const SChord& chord) {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    object["symbol"] = chord.symbol();
-    object["root"] = chord.root().string();
-    object["bass"] =
-        chord.addedBase() ? nlohmann::ordered_json(chord.addedBase()->string()) : nullptr;
-    object["notes"] = noteTexts(chord.notes());
-    object["characteristicNotes"] = noteTexts(chord.characteristicNotes());
-    object["numericNoteStringValue"] = chord.numericNoteStringValue();
-    return object;
-}
-
-nlohmann::ordered_json tuningJson(const SStringedInstrumentTuning& tuning,
-                                  const std::string& instrumentName) {
-    nlohmann::ordered_json pitches = nlohmann::ordered_json::array();
-    for (const SPitch& pitch : tuning.stringPitches()) {
-        pitches.push_back(pitch.string());
-    }
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    if (!instrumentName.empty()) {
-        object["instrument"] = instrumentName;
-    }
-    object["name"] = tuning.name() ? *tuning.name() : std::string();
-    object["noteString"] = tuning.noteString();
-    object["asciiNoteString"] = tuning.asciiNoteString();
-    object["pitches"] = std::move(pitches);
-    object["fretCount"] = tuning.fretCount();
-    object["capo"] = tuning.capo();
-    return object;
-}
-
-nlohmann::ordered_json shapeJson(const TARVChordShape& shape, std::uint8_t stringCount,
-                                 const SStringedInstrumentTuning* tuning) {
-    nlohmann::ordered_json indicators = nlohmann::ordered_json::array();
-    for (const TARVFretIndicator& indicator : shape.indicators()) {
-        nlohmann::ordered_json entry = nlohmann::ordered_json::object();
-        entry["kind"] = indicatorKind(indicator);
-        entry["string"] = indicator.string();
-        entry["fret"] = indicator.fret();
-        if (indicator.isBarre()) {
-            entry["endString"] = indicator.endString();
-        }
-        indicators.push_back(std::move(entry));
-    }
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    object["frets"] = fretTextForShape(shape, stringCount);
-    object["baseFret"] = shape.baseFret();
-    object["baseString"] = shape.baseString();
-    object["badness"] = shape.badness();
-    object["reach"] = shape.reach();
-    object["fingers"] = shape._fingersRequiredToPlayWithStringCount(stringCount);
-    object["indicators"] = std::move(indicators);
-    if (tuning != nullptr) {
-        object["notes"] = noteTexts(shape.notesInTuning(*tuning));
-    }
-    return object;
-}
-
-void JsonFormatter::writeLine(const nlohmann::ordered_json& object) {
-    writeJsonLine(_out, object);
-}
-
 void JsonFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                      const SStringedInstrumentTuning& tuning) {
-    nlohmann::ordered_json shapes = nlohmann::ordered_json::array();
-    for (const TARVChordShapePtr& shape : answer.shapes) {
-        shapes.push_back(shapeJson(*shape, tuning.stringCount(), &tuning));
-    }
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    object["chord"] = chordJson(*answer.chord);
-    object["tuning"] = tuningJson(tuning, _instrumentName);
-    object["shapes"] = std::move(shapes);
-    writeLine(object);
+    _out << TARVShapeJSON::answerJSON(*answer.chord, tuning, answer.shapes, _instrumentName)
+         << "\n";
+    _out.flush();
 }
 
 void JsonFormatter::writeNotation(const NotationAnswer& answer,
                                   const SStringedInstrumentTuning* tuning) {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    object["notation"] = answer.fretText.notation;
+    std::string line = "{\"notation\":" + nlohmann::ordered_json(answer.fretText.notation).dump();
     if (tuning != nullptr) {
-        object["tuning"] = tuningJson(*tuning, _instrumentName);
+        line += ",\"tuning\":" + TARVShapeJSON::tuningJSON(*tuning, _instrumentName);
     }
-    object["shape"] = shapeJson(*answer.shape, answer.fretText.stringCount, tuning);
-    writeLine(object);
+    line += ",\"shape\":" + TARVShapeJSON::shapeJSON(answer.shape, 1, tuning) + "}";
+    _out << line << "\n";
+    _out.flush();
 }
 
 void writeChordReadingJson(std::ostream& out, const SChord& chord) {
-    writeJsonLine(out, nlohmann::ordered_json{{"chord", chordJson(chord)}});
+    out << "{\"chord\":" << TARVShapeJSON::chordJSON(chord) << "}\n";
+    out.flush();
 }
 
 void writeInstrumentJson(std::ostream& out, const StringedInstrumentDescriptor& instrument) {

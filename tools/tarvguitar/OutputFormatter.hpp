@@ -4,6 +4,7 @@
 
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVPlayableShape.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <cstddef>
@@ -17,7 +18,7 @@ namespace tarv::tool {
 struct ChordShapesAnswer {
     std::shared_ptr<const SChord> chord;
     /// The shapes to show, best first (at most the `--limit`).
-    std::vector<TARVChordShapePtr> shapes;
+    std::vector<TARVPlayableShape> shapes;
     /// How many shapes generation answered, before the limit.
     std::size_t generatedCount = 0;
 };
@@ -25,7 +26,8 @@ struct ChordShapesAnswer {
 /// The answer of the `notation` command.
 struct NotationAnswer {
     FretText fretText;
-    TARVChordShapePtr shape;
+    /// The shape with its fingering; it has no score, since no chord is named.
+    TARVPlayableShape shape;
 };
 
 /// Writes the answers of the `shapes` and `notation` commands in one output format. `begin` is
@@ -41,6 +43,8 @@ public:
     /// The instrument the tuning belongs to, when the command line names one; shown beside the
     /// tuning.
     void setInstrumentName(std::string name) { _instrumentName = std::move(name); }
+    /// Show each shape's score terms.
+    void setExplain(bool explain) { _explain = explain; }
 
     virtual void begin() {}
     virtual void writeChordShapes(const ChordShapesAnswer& answer,
@@ -53,7 +57,13 @@ public:
 protected:
     /// Empty when no instrument is named.
     std::string _instrumentName;
+    bool _explain = false;
 };
+
+/// "rank 1, score 0.49", with the generator's badness when it has one.
+std::string rankSummary(const TARVPlayableShape& shape, std::size_t rank);
+/// Each term of the shape's score: "reach 1.2 × 0.3 = 0.36", the largest contributions first.
+std::vector<std::string> termLines(const TARVPlayableShape& shape);
 
 /// The texts of `notes`, in their order.
 std::vector<std::string> noteTexts(const std::vector<SNote>& notes);

@@ -134,4 +134,39 @@ ShapeDiagram diagramForShape(const TARVChordShape& shape, std::uint8_t stringCou
     return diagram;
 }
 
+ShapeDiagram diagramForShape(const TARVPlayableShape& shape, std::uint8_t stringCount) {
+    ShapeDiagram diagram;
+    diagram.stringCount = stringCount;
+    diagram.fretText = shape.fretText();
+    const std::vector<std::int8_t>& frets = shape.frets();
+    const TARVFingering& fingering = shape.fingering();
+    diagram.firstFret = shape.baseFret() == 0 ? 1 : shape.baseFret();
+    diagram.atNut = shape.baseFret() == 0;
+    diagram.rowCount = std::max(kMinimumDiagramRows,
+                                static_cast<int>(shape.highestFret()) - diagram.firstFret + 1);
+    std::vector<bool> underBarre(stringCount, false);
+    for (const TARVFingering::Barre& barre : fingering.barres()) {
+        if (barre.highString >= stringCount) {
+            continue;
+        }
+        diagram.barres.push_back(
+            {barre.fret - diagram.firstFret, barre.lowString, barre.highString, barre.finger});
+        for (std::size_t s = barre.lowString; s <= barre.highString; ++s) {
+            underBarre[s] = underBarre[s] || frets[s] == barre.fret;
+        }
+    }
+    for (std::uint8_t string = 0; string < stringCount; ++string) {
+        const int fret = string < frets.size() ? frets[string] : -1;
+        diagram.markers.push_back(fret < 0    ? StringMarker::Muted
+                                  : fret == 0 ? StringMarker::Open
+                                              : StringMarker::Fretted);
+        if (fret > 0 && !underBarre[string]) {
+            const std::uint8_t finger =
+                string < fingering.fingers().size() ? fingering.fingers()[string] : 0;
+            diagram.dots.push_back({string, fret - diagram.firstFret, finger});
+        }
+    }
+    return diagram;
+}
+
 } // namespace tarv::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tarv/ranking/TARVPlayableShape.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <cstdint>
@@ -19,6 +20,8 @@ enum class StringMarker : std::uint8_t {
 struct DiagramDot {
     std::uint8_t string = 0;
     int row = 0;
+    /// 1 to 4, `TARVFingering::kThumb`, or 0 when the finger is not known.
+    std::uint8_t finger = 0;
 };
 
 /// A barre in a fret row, over the strings `lowString` to `highString` (string numbers, both
@@ -27,6 +30,7 @@ struct DiagramBarre {
     int row = 0;
     std::uint8_t lowString = 0;
     std::uint8_t highString = 0;
+    std::uint8_t finger = 0;
 };
 
 /// A chord shape laid out as guitarists read a chord box: one column per string with the
@@ -57,6 +61,9 @@ inline constexpr int kMinimumDiagramRows = 4;
 
 /// The diagram of `shape` on an instrument of `stringCount` strings.
 ShapeDiagram diagramForShape(const TARVChordShape& shape, std::uint8_t stringCount);
+
+/// The diagram of a ranked shape: its frets, and its fingering's barres and finger numbers.
+ShapeDiagram diagramForShape(const TARVPlayableShape& shape, std::uint8_t stringCount);
 
 /// The absolute fret of every string, written from string `stringCount` - 1 down to string 0 and
 /// separated by ",": base fret plus relative fret, "x" for a muted string, a barre's fret on the

@@ -1,5 +1,9 @@
 #include "SvgFormatter.hpp"
 
+#include "tarv/diagrams/TARVDiagramSVG.hpp"
+
+#include <cstdlib>
+
 #include <algorithm>
 #include <sstream>
 
@@ -15,16 +19,6 @@ constexpr int kSubtitleBaseline = 48;
 constexpr int kGridTop = 64;
 constexpr int kSectionGap = 16;
 
-constexpr int kStringSpacing = 18;
-constexpr int kFretSpacing = 24;
-constexpr int kBoxLeft = 22;
-constexpr int kBoxTop = 28;
-constexpr int kMarkerCenter = 15;
-constexpr int kLabelArea = 40;
-constexpr int kDotRadius = 7;
-constexpr int kOpenRadius = 5;
-constexpr int kMutedHalfSize = 5;
-constexpr int kNutHeight = 5;
 constexpr int kTextLine = 16;
 constexpr int kFirstTextBaseline = 20;
 constexpr int kCellBottomPadding = 14;
@@ -34,20 +28,8 @@ constexpr int kCharacterWidth = 8;
 const char* const kFontFamily = "DejaVu Sans, Helvetica, Arial, sans-serif";
 const char* const kInk = "#1a1a1a";
 
-int boxWidth(const ShapeDiagram& diagram) {
-    return std::max(0, (static_cast<int>(diagram.stringCount) - 1) * kStringSpacing);
-}
-
 int textWidth(const std::string& text) {
     return static_cast<int>(text.size()) * kCharacterWidth;
-}
-
-int stringX(const ShapeDiagram& diagram, std::uint8_t string) {
-    return kBoxLeft + diagram.columnForString(string) * kStringSpacing;
-}
-
-int rowCenterY(int row) {
-    return kBoxTop + row * kFretSpacing + kFretSpacing / 2;
 }
 
 } // namespace
@@ -85,13 +67,30 @@ std::string xmlEscaped(const std::string& text) {
     return escaped;
 }
 
+SvgFormatter::Cell SvgFormatter::cellFor(const TARVPlayableShape& shape, std::uint8_t stringCount,
+                                         std::string summary) {
+    Cell cell;
+    cell.diagram = TARVDiagramSVG::svgForShape(shape, stringCount);
+    const auto attribute = [&](const std::string& name) {
+        const std::size_t start = cell.diagram.find(name + "=\"");
+        return start == std::string::npos
+                   ? 0
+                   : std::atoi(cell.diagram.c_str() + start + name.size() + 2);
+    };
+    cell.width = attribute("width");
+    cell.height = attribute("height");
+    cell.fretText = shape.fretText();
+    cell.summary = std::move(summary);
+    return cell;
+}
+
 void SvgFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                     const SStringedInstrumentTuning& tuning) {
     std::vector<Cell> cells;
     cells.reserve(answer.shapes.size());
-    for (const TARVChordShapePtr& shape : answer.shapes) {
-        cells.push_back({diagramForShape(*shape, tuning.stringCount()),
-                         "badness " + std::to_string(shape->badness()), std::nullopt});
+    for (std::size_t i = 0; i < answer.shapes.size(); ++i) {
+        cells.push_back(
+            cellFor(answer.shapes[i], tuning.stringCount(), rankSummary(answer.shapes[i], i + 1)));
     }
     std::string subtitle;
     if (answer.generatedCount == 0) {
@@ -109,11 +108,12 @@ void SvgFormatter::writeChordShapes(const ChordShapesAnswer& answer,
 
 void SvgFormatter::writeNotation(const NotationAnswer& answer,
                                  const SStringedInstrumentTuning* tuning) {
-    Cell cell{diagramForShape(*answer.shape, answer.fretText.stringCount),
-              "badness " + std::to_string(answer.shape->badness()), std::nullopt};
+    Cell cell = cellFor(answer.shape, answer.fretText.stringCount,
+                        "fingers " + answer.shape.fingering().text());
     std::string subtitle = "chord shape";
     if (tuning != nullptr) {
-        std::vector<std::string> notes = noteTexts(answer.shape->notesInTuning(*tuning));
+        std::vector<std::string> notes =
+            noteTexts(answer.shape.chordShape()->notesInTuning(*tuning));
         std::reverse(notes.begin(), notes.end());
         std::string text = "notes";
         for (const std::string& note : notes) {
@@ -131,12 +131,10 @@ void SvgFormatter::addSection(const std::string& title, const std::string& subti
     int cellHeight = 0;
     for (const Cell& cell : cells) {
         const int texts = cell.notes ? 3 : 2;
-        cellWidth = std::max({cellWidth, kBoxLeft + boxWidth(cell.diagram) + kLabelArea,
-                              textWidth(cell.diagram.fretText) + 4, textWidth(cell.badness),
-                              cell.notes ? textWidth(*cell.notes) : 0});
-        cellHeight = std::max(cellHeight, kBoxTop + cell.diagram.rowCount * kFretSpacing +
-                                              kFirstTextBaseline + (texts - 1) * kTextLine +
-                                              kCellBottomPadding);
+        cellWidth = std::max({cellWidth, cell.width + 8, textWidth(cell.fretText) + 4,
+                              textWidth(cell.summary), cell.notes ? textWidth(*cell.notes) : 0});
+        cellHeight = std::max(cellHeight, cell.height + kFirstTextBaseline +
+                                              (texts - 1) * kTextLine + kCellBottomPadding);
     }
     const int columns = cells.empty() ? 0
                                       : std::clamp(kMaximumContentWidth / std::max(cellWidth, 1), 1,
@@ -154,80 +152,22 @@ void SvgFormatter::addSection(const std::string& title, const std::string& subti
 
     for (std::size_t index = 0; index < cells.size(); ++index) {
         const Cell& cell = cells[index];
-        const ShapeDiagram& diagram = cell.diagram;
         const int column = static_cast<int>(index) % columns;
         const int row = static_cast<int>(index) / columns;
-        const int boxRight = kBoxLeft + boxWidth(diagram);
-        const int boxBottom = kBoxTop + diagram.rowCount * kFretSpacing;
-        // A one-string box still gets frets of a visible length.
-        const int lineOverhang = diagram.stringCount == 1 ? kStringSpacing / 2 : 0;
-
         svg << "<g class=\"diagram\" transform=\"translate(" << column * cellWidth << ","
             << kGridTop + row * cellHeight << ")\">\n";
-
-        for (std::uint8_t string = 0; string < diagram.stringCount; ++string) {
-            const int x = stringX(diagram, string);
-            if (diagram.markers[string] == StringMarker::Muted) {
-                svg << "<path class=\"muted\" d=\"M" << x - kMutedHalfSize << ","
-                    << kMarkerCenter - kMutedHalfSize << "L" << x + kMutedHalfSize << ","
-                    << kMarkerCenter + kMutedHalfSize << "M" << x - kMutedHalfSize << ","
-                    << kMarkerCenter + kMutedHalfSize << "L" << x + kMutedHalfSize << ","
-                    << kMarkerCenter - kMutedHalfSize << "\" stroke=\"" << kInk
-                    << "\" stroke-width=\"1.6\" fill=\"none\"/>\n";
-            } else if (diagram.markers[string] == StringMarker::Open) {
-                svg << "<circle class=\"open\" cx=\"" << x << "\" cy=\"" << kMarkerCenter
-                    << "\" r=\"" << kOpenRadius << "\" stroke=\"" << kInk
-                    << "\" stroke-width=\"1.6\" fill=\"none\"/>\n";
-            }
-        }
-
-        svg << "<path class=\"frets\" d=\"";
-        for (int line = 0; line <= diagram.rowCount; ++line) {
-            svg << "M" << kBoxLeft - lineOverhang << "," << kBoxTop + line * kFretSpacing << "H"
-                << boxRight + lineOverhang;
-        }
-        svg << "\" stroke=\"" << kInk << "\" stroke-width=\"1\" fill=\"none\"/>\n";
-        svg << "<path class=\"strings\" d=\"";
-        for (std::uint8_t string = 0; string < diagram.stringCount; ++string) {
-            svg << "M" << stringX(diagram, string) << "," << kBoxTop << "V" << boxBottom;
-        }
-        svg << "\" stroke=\"" << kInk << "\" stroke-width=\"1\" fill=\"none\"/>\n";
-
-        if (diagram.atNut) {
-            svg << "<rect class=\"nut\" x=\"" << kBoxLeft - lineOverhang - 1 << "\" y=\""
-                << kBoxTop - kNutHeight + 1 << "\" width=\""
-                << boxRight - kBoxLeft + 2 * lineOverhang + 2 << "\" height=\"" << kNutHeight
-                << "\" fill=\"" << kInk << "\"/>\n";
-        } else {
-            svg << "<text class=\"base-fret\" x=\"" << boxRight + lineOverhang + kDotRadius + 6
-                << "\" y=\"" << rowCenterY(0) + 5 << "\" font-size=\"13\">" << diagram.firstFret
-                << "fr</text>\n";
-        }
-
-        for (const DiagramBarre& barre : diagram.barres) {
-            const int left = stringX(diagram, barre.highString) - kDotRadius;
-            const int right = stringX(diagram, barre.lowString) + kDotRadius;
-            svg << "<rect class=\"barre\" x=\"" << left << "\" y=\""
-                << rowCenterY(barre.row) - kDotRadius << "\" width=\"" << right - left
-                << "\" height=\"" << 2 * kDotRadius << "\" rx=\"" << kDotRadius << "\" fill=\""
-                << kInk << "\"/>\n";
-        }
-        for (const DiagramDot& dot : diagram.dots) {
-            svg << "<circle class=\"dot\" cx=\"" << stringX(diagram, dot.string) << "\" cy=\""
-                << rowCenterY(dot.row) << "\" r=\"" << kDotRadius << "\" fill=\"" << kInk
-                << "\"/>\n";
-        }
-
-        const int textCenter =
-            std::max((kBoxLeft + boxRight) / 2, textWidth(diagram.fretText) / 2 + 2);
-        int baseline = boxBottom + kFirstTextBaseline;
+        // The library's diagram, nested where the cell starts.
+        const int left = (cellWidth - cell.width) / 2;
+        svg << "<svg x=\"" << left << "\" y=\"0\"" << cell.diagram.substr(4) << "\n";
+        const int textCenter = cellWidth / 2;
+        int baseline = cell.height + kFirstTextBaseline;
         svg << "<text class=\"fret-text\" x=\"" << textCenter << "\" y=\"" << baseline
-            << "\" font-size=\"13\" text-anchor=\"middle\">" << xmlEscaped(diagram.fretText)
+            << "\" font-size=\"13\" text-anchor=\"middle\">" << xmlEscaped(cell.fretText)
             << "</text>\n";
         baseline += kTextLine;
-        svg << "<text class=\"badness\" x=\"" << textCenter << "\" y=\"" << baseline
+        svg << "<text class=\"summary\" x=\"" << textCenter << "\" y=\"" << baseline
             << "\" font-size=\"11\" text-anchor=\"middle\" fill=\"#555555\">"
-            << xmlEscaped(cell.badness) << "</text>\n";
+            << xmlEscaped(cell.summary) << "</text>\n";
         if (cell.notes) {
             baseline += kTextLine;
             svg << "<text class=\"notes\" x=\"" << textCenter << "\" y=\"" << baseline

@@ -28,10 +28,16 @@ public:
 
 private:
     struct Cell {
-        ShapeDiagram diagram;
-        std::string badness;
+        /// The library's standalone diagram, and its size.
+        std::string diagram;
+        int width = 0;
+        int height = 0;
+        std::string fretText;
+        std::string summary;
         std::optional<std::string> notes;
     };
+    static Cell cellFor(const TARVPlayableShape& shape, std::uint8_t stringCount,
+                        std::string summary);
     void addSection(const std::string& title, const std::string& subtitle,
                     const std::vector<Cell>& cells);
 

@@ -51,6 +51,12 @@ std::string horizontalLine(const ShapeDiagram& diagram, const char* const (&glyp
     return joined(line);
 }
 
+/// A finger number in place of a dot, or the dot itself when the finger is not known.
+const char* fingerGlyph(std::uint8_t finger, const BoxGlyphs& glyphs) {
+    static const char* const kFingers[] = {"1", "2", "3", "4", "T"};
+    return finger >= 1 && finger <= TARVFingering::kThumb ? kFingers[finger - 1] : glyphs.dot;
+}
+
 std::string rowLine(const ShapeDiagram& diagram, const BoxGlyphs& glyphs, int row) {
     const std::size_t columns = columnCount(diagram);
     std::vector<const char*> line(columns, " ");
@@ -64,12 +70,14 @@ std::string rowLine(const ShapeDiagram& diagram, const BoxGlyphs& glyphs, int ro
         const auto first = static_cast<std::size_t>(2 * diagram.columnForString(barre.highString));
         const auto last = static_cast<std::size_t>(2 * diagram.columnForString(barre.lowString));
         for (std::size_t column = first; column <= last; ++column) {
-            line[column] = (column == first || column == last) ? glyphs.dot : glyphs.barre;
+            line[column] = (column == first || column == last) ? fingerGlyph(barre.finger, glyphs)
+                                                               : glyphs.barre;
         }
     }
     for (const DiagramDot& dot : diagram.dots) {
         if (dot.row == row) {
-            line[static_cast<std::size_t>(2 * diagram.columnForString(dot.string))] = glyphs.dot;
+            line[static_cast<std::size_t>(2 * diagram.columnForString(dot.string))] =
+                fingerGlyph(dot.finger, glyphs);
         }
     }
     return joined(line);
@@ -202,12 +210,15 @@ std::vector<std::string> sideBySide(const std::vector<std::vector<std::string>>&
 TextFormatter::TextFormatter(std::ostream& out, bool ascii)
     : _out(out), _glyphs(ascii ? BoxGlyphs::ascii() : BoxGlyphs::unicode()) {}
 
-std::vector<std::string> TextFormatter::shapeBlock(const TARVChordShape& shape,
-                                                   std::uint8_t stringCount) const {
+std::vector<std::string> TextFormatter::shapeBlock(const TARVPlayableShape& shape,
+                                                   std::uint8_t stringCount,
+                                                   std::size_t rank) const {
     const ShapeDiagram diagram = diagramForShape(shape, stringCount);
     std::vector<std::string> block = chordBoxLines(diagram, _glyphs);
     block.push_back(diagram.fretText);
-    block.push_back("badness " + std::to_string(shape.badness()));
+    if (rank > 0) {
+        block.push_back(rankSummary(shape, rank));
+    }
     return block;
 }
 
@@ -231,13 +242,24 @@ void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
 
     std::vector<std::vector<std::string>> blocks;
     blocks.reserve(answer.shapes.size());
-    for (const TARVChordShapePtr& shape : answer.shapes) {
-        blocks.push_back(shapeBlock(*shape, tuning.stringCount()));
+    for (std::size_t i = 0; i < answer.shapes.size(); ++i) {
+        blocks.push_back(shapeBlock(answer.shapes[i], tuning.stringCount(), i + 1));
     }
     for (const std::string& line : sideBySide(blocks, kLineWidth)) {
         _out << line << "\n";
     }
     _out << "\n";
+    if (_explain) {
+        for (std::size_t i = 0; i < answer.shapes.size(); ++i) {
+            const TARVPlayableShape& shape = answer.shapes[i];
+            _out << "  " << i + 1 << ". " << shape.fretText() << "  " << rankSummary(shape, i + 1)
+                 << "  fingers " << shape.fingering().text() << "\n";
+            for (const std::string& line : termLines(shape)) {
+                _out << "       " << line << "\n";
+            }
+        }
+        _out << "\n";
+    }
 }
 
 void TextFormatter::writeNotation(const NotationAnswer& answer,
@@ -247,10 +269,12 @@ void TextFormatter::writeNotation(const NotationAnswer& answer,
         _out << " in " << tuningSummary(*tuning, _instrumentName);
     }
     _out << "\n\n";
-    std::vector<std::string> block = shapeBlock(*answer.shape, answer.fretText.stringCount);
+    std::vector<std::string> block = shapeBlock(answer.shape, answer.fretText.stringCount, 0);
+    block.push_back("fingers " + answer.shape.fingering().text());
     if (tuning != nullptr) {
         // Lowest string first, the way the box reads from left to right.
-        std::vector<std::string> notes = noteTexts(answer.shape->notesInTuning(*tuning));
+        std::vector<std::string> notes =
+            noteTexts(answer.shape.chordShape()->notesInTuning(*tuning));
         std::reverse(notes.begin(), notes.end());
         block.push_back("notes " +
                         (notes.empty() ? std::string("(none)") : joinedWithSpaces(notes)));

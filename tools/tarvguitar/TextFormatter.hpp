@@ -54,8 +54,9 @@ public:
                        const SStringedInstrumentTuning* tuning) override;
 
 private:
-    std::vector<std::string> shapeBlock(const TARVChordShape& shape,
-                                        std::uint8_t stringCount) const;
+    /// The box, the frets and, for `rank` above 0, the rank and score.
+    std::vector<std::string> shapeBlock(const TARVPlayableShape& shape, std::uint8_t stringCount,
+                                        std::size_t rank) const;
 
     std::ostream& _out;
     const BoxGlyphs& _glyphs;

@@ -12,6 +12,8 @@
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/music/SChord.hpp"
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
+#include "tarv/ranking/TARVPlayableShapes.hpp"
+#include "tarv/ranking/TARVShapeQuery.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <CLI/CLI.hpp>
@@ -204,50 +206,21 @@ std::shared_ptr<const SChord> readChord(std::string_view symbol) {
 }
 
 /// How the `shapes` command obtains shapes.
-enum class Generation {
-    /// From the shared shape cache, generated and stored there on a miss.
-    Cached,
-    /// Generated even on a hit, and merged into the shared cache.
-    Forced,
-    /// Generated without any cache.
-    Uncached,
-};
-
-std::vector<TARVChordShapePtr> shapesForChord(const std::shared_ptr<const SChord>& chord,
-                                              const SStringedInstrumentTuningPtr& tuning,
-                                              Generation generation) {
-    TARVChordShapeGeneratorPtr generator;
-    switch (generation) {
-    case Generation::Cached:
-        generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
-        break;
-    case Generation::Forced:
-        generator = TARVChordShapeGenerator::initWithChord(chord, tuning, true);
-        break;
-    case Generation::Uncached:
-        generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
-        break;
-    }
-    if (!generator->shapes()) {
-        return {};
-    }
-    return *generator->shapes();
-}
-
-/// Whether every fret of `shape` lies on the neck of `tuning`, counted from its capo. The shape
-/// cache is keyed by the open notes alone, so it may answer shapes made for a longer neck.
-bool fitsOnTheNeck(const TARVChordShape& shape, const SStringedInstrumentTuning& tuning) {
-    const int frets = static_cast<int>(tuning.fretCount()) - static_cast<int>(tuning.capo());
-    return std::all_of(shape.indicators().begin(), shape.indicators().end(),
-                       [&](const TARVFretIndicator& indicator) {
-                           return indicator.isMuted() ||
-                                  static_cast<int>(shape.baseFret()) + indicator.fret() <= frets;
-                       });
+/// The shape of a fret text with its fingering (no chord is named, so it has no score).
+TARVPlayableShape shapeForFretText(const FretText& text) {
+    const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text.notation);
+    std::vector<std::int8_t> frets =
+        TARVPlayableShapes::fretsForChordShape(*shape, text.stringCount);
+    std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets);
+    return TARVPlayableShape(std::move(frets), fingering ? std::move(*fingering) : TARVFingering(),
+                             {});
 }
 
 struct ShapesCommand {
     std::vector<std::string> chords;
     InstrumentOptions instrument;
+    std::string rank = "playable";
+    bool explain = false;
     bool uncached = false;
     bool force = false;
     std::size_t limit = 0;
@@ -264,10 +237,19 @@ struct ShapesCommand {
             return kExitBadInput;
         }
         const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
-        const Generation generation =
-            uncached ? Generation::Uncached : (force ? Generation::Forced : Generation::Cached);
+        // --uncached and --force ask for the generator; the playable ranking has no cache.
+        const TARVShapeQuery::Ranking ranking = uncached ? TARVShapeQuery::Ranking::Uncached
+                                                : force  ? TARVShapeQuery::Ranking::Forced
+                                                : rank == "spec"
+                                                    ? TARVShapeQuery::Ranking::Cached
+                                                    : TARVShapeQuery::Ranking::Playable;
+        TARVPlayableOptions options;
+        if (limitOption->count() > 0) {
+            options.maximumShapes = std::max(limit, options.maximumShapes);
+        }
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setExplain(explain);
         bool badInput = false;
         formatter->begin();
         forEachSymbol(chords, [&](std::string_view symbol) {
@@ -278,10 +260,7 @@ struct ShapesCommand {
             }
             ChordShapesAnswer answer;
             answer.chord = chord;
-            answer.shapes = shapesForChord(chord, tuning, generation);
-            std::erase_if(answer.shapes, [&](const TARVChordShapePtr& shape) {
-                return !fitsOnTheNeck(*shape, *tuning);
-            });
+            answer.shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
             answer.generatedCount = answer.shapes.size();
             if (limitOption->count() > 0 && answer.shapes.size() > limit) {
                 answer.shapes.resize(limit);
@@ -336,7 +315,7 @@ struct NotationCommand {
                 badInput = true;
                 continue;
             }
-            answer.shape = TARVChordShape::shapeForFretNumberString(answer.fretText.notation);
+            answer.shape = shapeForFretText(answer.fretText);
             formatter->writeNotation(answer, tuning.get());
             std::cout.flush();
         }
@@ -597,8 +576,8 @@ int main(int argc, char** argv) {
     app.footer("Run tarvguitar COMMAND --help for the options of a command.");
 
     ShapesCommand shapes;
-    CLI::App* shapesCommand = app.add_subcommand(
-        "shapes", "The playable shapes of each chord, best (lowest badness) first");
+    CLI::App* shapesCommand =
+        app.add_subcommand("shapes", "The playable shapes of each chord, best first");
     shapesCommand
         ->add_option("CHORD", shapes.chords,
                      "Chord symbols (\"C\", \"F#m7b5\", \"Am/G\"); - reads one a line from "
@@ -607,14 +586,22 @@ int main(int argc, char** argv) {
     shapes.instrument.addTo(*shapesCommand);
     shapesCommand->footer(
         "text: chord boxes, lowest-pitched string on the left, x muted and o open strings above "
-        "the nut, \"5fr\" beside a box that starts at fret 5, the frets (lowest string first) "
-        "and the badness under each box. json: one object per chord, each on its own line; in "
-        "\"frets\" a string with no mark at all is written x. svg: one document of chord "
-        "diagrams.\nExit status 2 when a chord symbol, the tuning or an option cannot be read; "
-        "the other chords are still answered.\nShapes come from the shape cache, which holds the "
-        "shipped shapes of common tunings, well-known shapes first, with badness 0; other chords "
-        "and tunings are generated on first use. Every shape that fits the neck (the frets above "
-        "the capo) is shown unless --limit is given.");
+        "the nut, finger numbers in the dots (T the thumb), \"5fr\" beside a box that starts at "
+        "fret 5, the frets (lowest string first), the rank and the score (lower is better) under "
+        "each box. json: one object per chord, each on its own line (see the README for the "
+        "order of every array). svg: one document of chord diagrams.\nExit status 2 when a chord "
+        "symbol, the tuning or an option cannot be read; the other chords are still "
+        "answered.\nBy default the playable ranking answers at most 20 shapes (or --limit), "
+        "for any tuning. --rank spec answers through the shape cache (its shipped files, "
+        "generation on a miss), every shape that fits the neck above the capo unless --limit is "
+        "given; --uncached uses the generator alone.");
+    shapesCommand
+        ->add_option("--rank", shapes.rank,
+                     "playable (default): the playable search and model; spec: the shape cache "
+                     "and generator")
+        ->check(CLI::IsMember({"playable", "spec"}));
+    shapesCommand->add_flag("--explain", shapes.explain,
+                            "Show each shape's fingering and the terms of its score (text)");
     CLI::Option* uncachedOption = shapesCommand->add_flag(
         "--uncached", shapes.uncached, "Generate the shapes without any shape cache");
     shapesCommand

@@ -23,7 +23,12 @@ public:
                                   const std::string& instrumentName = {});
     /// One shape of a ranked list; `rank` counts from 1.
     static std::string shapeJSON(const TARVPlayableShape& shape, std::size_t rank,
-                                 const SStringedInstrumentTuning& tuning);
+                                 const SStringedInstrumentTuning& tuning) {
+        return shapeJSON(shape, rank, &tuning);
+    }
+    /// Without a tuning (null) the sounding "notes" are left out.
+    static std::string shapeJSON(const TARVPlayableShape& shape, std::size_t rank,
+                                 const SStringedInstrumentTuning* tuning);
     /// {"chord": ..., "tuning": ..., "shapes": [...]}: the tool's line for one chord.
     static std::string answerJSON(const SChord& chord, const SStringedInstrumentTuning& tuning,
                                   std::span<const TARVPlayableShape> shapes,

@@ -4,6 +4,7 @@
 #include "tarv/music/SChord.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -58,16 +59,27 @@ public:
     void setTuning(SStringedInstrumentTuningConstPtr tuning) { _tuning = std::move(tuning); }
     /// Per string (in the generator's string order) the ascending frets at which a chord note
     /// sounds.
-    const std::vector<std::vector<std::int16_t>>& stringFretLists() const noexcept {
+    /// Made on first request after generation; empty when no generation ran.
+    const std::vector<std::vector<std::int16_t>>& stringFretLists() const {
+        buildFretLists();
         return _stringFretLists;
     }
     void setStringFretLists(std::vector<std::vector<std::int16_t>> lists) {
         _stringFretLists = std::move(lists);
+        _fretListsPending = false;
+        _rawStringCount = 0;
     }
-    /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed.
-    const std::vector<TARVChordShapePtr>& shapeSet() const noexcept { return _shapeSet; }
+    /// The working set as generation left it: pruned of invalid shapes, unsorted, untrimmed. The
+    /// shapes beyond the returned ones are built on first request.
+    const std::vector<TARVChordShapePtr>& shapeSet() const {
+        buildPendingShapes();
+        return _shapeSet;
+    }
     /// Replaces the working set; the shapes are taken as they are, without deduplication.
-    void setShapeSet(std::vector<TARVChordShapePtr> shapeSet) { _shapeSet = std::move(shapeSet); }
+    void setShapeSet(std::vector<TARVChordShapePtr> shapeSet) {
+        _shapeSet = std::move(shapeSet);
+        _pendingShapes.clear();
+    }
     std::unordered_map<std::string, std::uint64_t>& scoreDict() noexcept { return _scoreDict; }
 
     /// Whether `shape` is a playable voicing of the generator's chord in its tuning.
@@ -106,47 +118,118 @@ public:
     TARVChordShapeGenerator(SChordPtr chord, SStringedInstrumentTuningConstPtr tuning);
 
 private:
+    /// One choice of a string in one range: its fret relative to the range (negative: muted) and
+    /// the note value it sounds as a bit (0 when muted).
+    struct StringChoice {
+        std::int8_t fret;
+        std::uint16_t noteBit;
+    };
+    /// What the strings chosen so far hold, from the bass string down to the current one.
+    struct ChoicePrefix {
+        std::uint16_t noteBits;
+        /// Lowest relative fret of a sounding string.
+        std::uint8_t lowestFret;
+        /// Highest tuning string that sounds plus one (0: none yet), and the note it sounds as
+        /// a bit.
+        std::uint8_t highestString;
+        std::uint16_t highestNoteBit;
+        /// Lowest tuning string that is muted (the string count when none is).
+        std::uint8_t lowestMuted;
+        /// Sounding strings that need a finger when fretted: all but the lowest-pitched string.
+        std::uint8_t fingered;
+        /// Per relative fret: the fingered strings at it, all strings at it, and the highest
+        /// tuning string at it.
+        std::array<std::uint8_t, 5> fingeredAt;
+        std::array<std::uint8_t, 5> heldAt;
+        std::array<std::uint8_t, 5> highestAt;
+    };
+
+    /// A valid candidate whose shape is not built yet: its base fret and the fret of every tuning
+    /// string relative to it, four bits each (all set: muted), and its badness.
+    struct PendingShape {
+        std::uint64_t key;
+        std::uint64_t badness;
+        std::uint8_t stringCount;
+    };
+
+    /// Whether the working set is built from the raw candidates (see prepareEnumeration).
+    bool enumeratesRawCandidates() const noexcept { return _rawStringCount != 0; }
+    /// Sets up enumeration on raw candidates when the tuning allows it: a string order that is
+    /// a permutation, at most 14 strings (so that a candidate fits one key) and fret numbers
+    /// that stay clear of 8-bit wrapping.
+    void prepareEnumeration();
+    void addRawCandidatesForFretRange(TARVFretRange range);
+    void addRawCandidatesForBassString(TARVFretRange range, std::uint32_t bassString);
+    void addRawCandidate(TARVFretRange range, std::uint32_t bassString, const ChoicePrefix& prefix);
+    ChoicePrefix extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
+                              const StringChoice& choice) const noexcept;
+    bool isValidPrefix(const ChoicePrefix& prefix, TARVFretRange range) const noexcept;
+    /// False when the key was inserted before.
+    bool insertValidKey(std::uint64_t key);
+    static TARVChordShapePtr shapeForPendingShape(const PendingShape& pending);
+    void buildFretLists() const;
+    void buildPendingShapes() const;
+
     /// Adds a copy of `shape` to the working set unless an equal shape was met before or the
     /// shape is not valid.
     void addToShapeSet(const TARVChordShape& shape);
     void growSeenTable();
-
-    /// A candidate packed into two words; the low word is never 0 (it holds the bass string,
-    /// which is at least 1, in its second byte).
-    struct CandidateKey {
-        std::uint64_t low;
-        std::uint64_t high;
-    };
-    /// False when the key was inserted before.
-    bool insertCandidateKey(const CandidateKey& key);
     /// Builds every candidate shape of one bass placement in turn into one reused shape and hands
     /// it to `onShape`; `_rangeFrets` must hold the frets of the range for every string.
-    template <bool SkipRepeatedCandidates, typename OnShape>
+    template <typename OnShape>
     void enumerateShapes(TARVFretRange range, const SNote& bassNote, std::uint32_t bassString,
                          OnShape&& onShape);
     void fillFretsForString(std::uint32_t string, TARVFretRange range,
                             std::vector<std::int16_t>& frets) const;
     void normalizeInto(std::span<const TARVFretIndicator> indicators,
                        std::vector<TARVFretIndicator>& result, std::uint8_t& offset) const;
+    std::uint64_t scoreForShape(const TARVChordShape& shape) const;
 
     std::optional<std::vector<TARVChordShapePtr>> _shapes;
     SChordPtr _chord;
     SStringedInstrumentTuningConstPtr _tuning;
-    std::vector<std::vector<std::int16_t>> _stringFretLists;
-    std::vector<TARVChordShapePtr> _shapeSet;
+    mutable std::vector<std::vector<std::int16_t>> _stringFretLists;
+    /// Generation ran and the fret lists are still to be made.
+    mutable bool _fretListsPending = false;
+    /// Null where a shape of `_pendingShapes` waits to be built.
+    mutable std::vector<TARVChordShapePtr> _shapeSet;
+    /// Parallel to `_shapeSet` while some of its shapes are not built; empty otherwise.
+    mutable std::vector<PendingShape> _pendingShapes;
     std::unordered_map<std::string, std::uint64_t> _scoreDict;
 
+    bool _hasChord = false;
     std::uint8_t _bassValue = 0;
     std::uint16_t _characteristicMask = 0;
     /// Note value of each open string, string 0 first.
     std::vector<std::uint8_t> _openValues;
 
-    // Deduplication on insertion: an open-addressing table of positions in `_shapeSet`.
-    std::vector<std::int32_t> _seenTable;
-    std::vector<CandidateKey> _candidateKeys;
-    std::size_t _candidateKeyCount = 0;
+    // Enumeration on raw candidates. `_rawStringCount` is 0 when the tuning needs the general
+    // path. Arrays are indexed by generator string.
+    static constexpr std::size_t kRawStrings = 14;
+    static constexpr std::size_t kPatternChoices = 6;
+    std::uint32_t _rawStringCount = 0;
+    std::array<std::uint8_t, kRawStrings> _tuningString{};
+    std::array<std::uint8_t, kRawStrings> _openPitchClass{};
+    /// The lowest tuning string muted above each generator string in generator order.
+    std::array<std::uint8_t, kRawStrings> _lowestMutedAbove{};
+    /// For a string whose range starts at pitch class p: its choices without (entry p) and with
+    /// (entry 12 + p) the muted choice first.
+    std::array<std::array<StringChoice, kPatternChoices>, 24> _patterns{};
+    std::array<std::uint8_t, 24> _patternCounts{};
+    /// The choices of every string in the current range.
+    std::array<const StringChoice*, kRawStrings> _choices{};
+    std::array<std::uint8_t, kRawStrings> _choiceCounts{};
+    std::array<std::uint8_t, kRawStrings> _chosen{};
+    std::array<ChoicePrefix, kRawStrings> _prefixes{};
+    /// Keys of the valid candidates met so far (open addressing, all ones = free).
+    std::vector<std::uint64_t> _validKeys;
+    std::size_t _validKeyCount = 0;
 
-    // Working storage of the enumeration, reused from one candidate to the next.
+    // Deduplication on insertion in the general path: an open-addressing table of positions in
+    // `_shapeSet`.
+    std::vector<std::int32_t> _seenTable;
+
+    // Working storage, reused from one candidate to the next.
     std::vector<std::vector<std::int16_t>> _rangeFrets;
     std::vector<TARVFretIndicator> _candidate;
     std::vector<std::size_t> _choice;

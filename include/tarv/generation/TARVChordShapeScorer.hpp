@@ -15,6 +15,10 @@ public:
     /// arithmetic throughout). Does not store it: callers set it with `setBadness`. Allocates
     /// nothing.
     static std::uint64_t scoreForShape(const TARVChordShape& shape, std::int64_t stringCount);
+    /// The badness by the formula alone, without looking the shape up in the standard table: the
+    /// score of every shape that is not a standard one.
+    static std::uint64_t formulaScoreForShape(const TARVChordShape& shape,
+                                              std::int64_t stringCount) noexcept;
 };
 
 } // namespace tarv

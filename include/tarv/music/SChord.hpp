@@ -15,8 +15,31 @@ namespace tarv {
 class SChord {
 public:
     /// Reads a chord symbol ("C", "F#m7b5", "C7(b9,#11)", "Am/G") or a chord's
-    /// `numericNoteStringValue`. A text that does not read as a chord gives no chord.
+    /// `numericNoteStringValue`. A text that does not read as a chord gives no chord; so does a
+    /// lower-case root ("am7").
+    ///
+    /// Alterations, additions, suspensions and omissions may follow a quality glued, in
+    /// parentheses, comma or space separated, or after a space ("C7 (b9)"), in any order:
+    /// "C7(b9,b13)", "C7(b13,b9)", "C7b9(b13)" and "C7b13b9" are the same chord. Readings chosen
+    /// where sheets differ:
+    /// - a flat thirteenth takes the place of the fifth (C7b13 and C9b13 have no fifth); "b6"
+    ///   adds a minor sixth beside the fifth ("Cm(b6)", "Cmb6");
+    /// - a bare number in parentheses adds that tone alone: C(9) is Cadd9, C(6) is C6,
+    ///   C7(11) is C7(add11); "/6" after a quality adds the sixth ("C7/6" is C7(add13)) and
+    ///   "sus2/4" holds both suspensions;
+    /// - "alt" is the altered dominant of jazz charts: root, third and minor seventh with the
+    ///   flat thirteenth (the raised fifth) that must sound, and the flat and sharp ninth and
+    ///   sharp eleventh (the flat fifth) that may; never the natural fifth or ninth;
+    /// - a minor sign before a major-seventh sign in any spelling is the minor-major seventh
+    ///   ("C-(maj7)", "CmΔ7", "Cm+7");
+    /// - a doubled accidental before the fifth is the root's accidental and an altered fifth
+    ///   ("F##5" is F#(#5), "Bbb5" is Bb(b5)); elsewhere both accidentals belong to the root.
     static std::shared_ptr<const SChord> chordWithString(std::string_view text);
+
+    /// A corrected form of `text` that reads as a chord when `text` itself does not: a lower-case
+    /// root or bass letter capitalised ("am7" gives "Am7", "bb" gives "Bb"), surrounding spaces
+    /// removed. None when `text` reads as it is or no such correction reads.
+    static std::optional<std::string> suggestionForString(std::string_view text);
 
     /// The canonical suffix of every chord quality `chordWithString` reads, in a fixed order:
     /// the qualities of pop and folk sheets first, then those of jazz charts, then rare ones.

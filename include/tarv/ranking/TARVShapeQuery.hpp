@@ -24,10 +24,14 @@ public:
         /// generation on a miss. Every shape is fingered and scored by the playability model
         /// for display, in the cache's order.
         Cached,
+        /// As `Cached`, but generated even on a hit and merged into the shared cache.
+        Forced,
         /// The generator alone, without any cache, in its badness order.
         Uncached,
     };
-    /// Empty for an absent chord or tuning, or when nothing is found.
+    /// Empty for an absent chord or tuning, or when nothing is found. The cache is keyed by the
+    /// open notes alone and may hold shapes made for a longer neck: shapes that do not fit the
+    /// frets above the capo are left out.
     static std::vector<TARVPlayableShape> shapes(const SChordPtr& chord,
                                                  const SStringedInstrumentTuningConstPtr& tuning,
                                                  Ranking ranking,
