@@ -47,11 +47,15 @@ export interface Chord {
 }
 
 export interface Tuning {
+    /** Present when the tuning comes from an instrument of the settings. */
+    instrument?: string;
     name: string;
     noteString: string;
     asciiNoteString: string;
     /** Open-string pitches from string 0, the highest-sounding string of a guitar. */
     pitches: string[];
+    /** Open-string pitches from the lowest-pitched string position to string 0. */
+    strings: string[];
     fretCount: number;
     capo: number;
 }
@@ -62,42 +66,38 @@ export interface SoundingTuning extends Tuning {
 }
 
 export interface Barre {
+    /** Relative to the capo. */
     fret: number;
     lowString: number;
     highString: number;
+    /** 1 index, 2 middle, 3 ring, 4 little finger, 5 thumb. */
     finger: number;
 }
 
-/** A shape of the playable ranking. */
-export interface PlayableShape {
+/** A ranked shape, as `tarvguitar shapes --format json` writes it. */
+export interface Shape {
+    /** Counts from 1. */
+    rank: number;
     /** "x,3,2,0,1,0": the frets from the lowest string to the highest, relative to the capo. */
     frets: string;
     /** The fret a chord box starts at: 0 at the nut. */
     baseFret: number;
-    /** Per string number (string 0 first): 0 none, 1 to 4 the fingers, 5 the thumb. */
-    fingers: number[];
-    /** The fingers from the lowest string to the highest: "-,3,2,-,1,-". */
-    fingerText: string;
-    barres: Barre[];
     /** Lower is better. */
     score: number;
-    /** The notes the shape sounds. */
-    notes: string[];
-}
-
-/** A shape of the library's cached shapes ('spec'), as the command-line tool writes it. */
-export interface CachedShape {
-    frets: string;
-    baseFret: number;
+    /** The generator's badness, for shapes the library's cache or generator answered ('spec'). */
+    badness?: number;
     baseString: number;
-    badness: number;
     reach: number;
-    fingers: number;
-    indicators: Array<{ kind: 'fret' | 'open' | 'muted' | 'barre'; string: number; fret: number; endString?: number }>;
+    /** Per string number (string 0 first): 0 none, 1 to 4 the fingers, 5 the thumb. */
+    fingers: number[];
+    fingerCount: number;
+    barres: Barre[];
+    /** The notes the shape sounds, string 0 first. */
     notes: string[];
+    indicators: Array<{ kind: 'fret' | 'open' | 'muted' | 'barre'; string: number; fret: number; endString?: number }>;
+    /** The terms of the score, by name. */
+    terms: Record<string, number>;
 }
-
-export type Shape = PlayableShape | CachedShape;
 
 export interface ShapesAnswer {
     chord: Chord;
