@@ -24,12 +24,13 @@ export interface TuningOptions {
     capo?: number | string;
 }
 
-export type Rank = 'playable' | 'spec';
+export type Rank = 'playable' | 'spec' | 'uncached';
 
 export interface ShapesOptions extends TuningOptions {
     /**
      * 'playable' (default): the playable search, ranked by the playability model.
      * 'spec': the library's cached shapes (the shipped shape files, generation on a miss).
+     * 'uncached': the generator alone, without any cache.
      */
     rank?: Rank;
     /** At most this many shapes. */
