@@ -1,0 +1,192 @@
+// The answers of the WebAssembly module: each reads a request, asks the library, and answers
+// what the library answers, in the JSON forms of the tool (TARVShapeJSON). Nothing here decides
+// anything about chords.
+//
+// Compiled without exception handling (see web/CMakeLists.txt): what is thrown here passes
+// through to TARVWebInterface.cpp, which answers it as an error.
+
+#include "TARVWebAnswers.hpp"
+
+#include "InputReading.hpp"
+
+#include "tarv/TARVVersion.hpp"
+#include "tarv/diagrams/TARVDiagramSVG.hpp"
+#include "tarv/diagrams/TARVShapeJSON.hpp"
+#include "tarv/music/SChord.hpp"
+#include "tarv/music/SPitch.hpp"
+#include "tarv/ranking/TARVFingering.hpp"
+#include "tarv/ranking/TARVShapeQuery.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarv::web {
+
+using namespace tarv::tool;
+using json = nlohmann::ordered_json;
+
+namespace {
+
+/// Numbers of a request beyond this are refused before they reach the tool's readers.
+constexpr long long kLargestNumber = 1000000;
+
+json parsedRequest(const char* text) {
+    if (text == nullptr) {
+        throw InputError("the request is empty");
+    }
+    json request = json::parse(text, nullptr, false);
+    if (request.is_discarded() || !request.is_object()) {
+        throw InputError("the request is not a JSON object");
+    }
+    return request;
+}
+
+std::optional<std::string> textField(const json& request, const char* name) {
+    const auto found = request.find(name);
+    if (found == request.end() || found->is_null()) {
+        return std::nullopt;
+    }
+    if (!found->is_string()) {
+        throw InputError(std::string(name) + " must be a text");
+    }
+    return found->get<std::string>();
+}
+
+std::optional<int> numberField(const json& request, const char* name) {
+    const auto found = request.find(name);
+    if (found == request.end() || found->is_null()) {
+        return std::nullopt;
+    }
+    if (!found->is_number_integer()) {
+        throw InputError(std::string(name) + " must be a whole number");
+    }
+    const auto value = found->get<long long>();
+    if (value < -kLargestNumber || value > kLargestNumber) {
+        throw InputError(std::string(name) + " " + std::to_string(value) + " is out of range");
+    }
+    return static_cast<int>(value);
+}
+
+/// The tuning of a request: "tuning" (open strings, lowest first), "tuningName", "frets", "capo",
+/// read as the command-line tool reads --tuning, --custom-name, --frets and --capo.
+SStringedInstrumentTuningPtr tuningOfRequest(const json& request) {
+    TuningRequest tuning;
+    tuning.pitches = textField(request, "tuning");
+    tuning.name = textField(request, "tuningName");
+    tuning.fretCount = numberField(request, "frets");
+    tuning.capo = numberField(request, "capo");
+    return tuningForRequest(tuning);
+}
+
+SChordPtr chordOfSymbol(const std::optional<std::string>& symbol) {
+    if (!symbol || trimmed(*symbol).empty()) {
+        throw InputError("no chord symbol given");
+    }
+    SChordPtr chord = SChord::chordWithString(trimmed(*symbol));
+    if (!chord) {
+        throw InputError("cannot read the chord symbol \"" + std::string(trimmed(*symbol)) + "\"");
+    }
+    return chord;
+}
+
+std::string text(const json& object) {
+    return object.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+} // namespace
+
+std::string shapesAnswer(const char* requestText) {
+    const json request = parsedRequest(requestText);
+    const SStringedInstrumentTuningPtr tuning = tuningOfRequest(request);
+    const SChordPtr chord = chordOfSymbol(textField(request, "symbol"));
+    const std::string rank = textField(request, "rank").value_or("playable");
+    const std::optional<int> limit = numberField(request, "limit");
+    if (limit && *limit < 0) {
+        throw InputError("limit " + std::to_string(*limit) + " is below 0");
+    }
+    TARVShapeQuery::Ranking ranking = TARVShapeQuery::Ranking::Playable;
+    if (rank == "spec") {
+        ranking = TARVShapeQuery::Ranking::Cached;
+    } else if (rank == "uncached") {
+        ranking = TARVShapeQuery::Ranking::Uncached;
+    } else if (rank != "playable") {
+        throw InputError("rank \"" + rank + "\" is not one of playable, spec, uncached");
+    }
+    // As the tool asks: the search ranks at least its default number of shapes, and the answer
+    // is cut to the limit.
+    TARVPlayableOptions options;
+    if (limit) {
+        options.maximumShapes = std::max(static_cast<std::size_t>(*limit), options.maximumShapes);
+    }
+    std::vector<TARVPlayableShape> shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
+    if (limit && shapes.size() > static_cast<std::size_t>(*limit)) {
+        shapes.resize(static_cast<std::size_t>(*limit));
+    }
+    return TARVShapeJSON::answerJSON(*chord, *tuning, shapes);
+}
+
+std::string chordAnswer(const char* symbol) {
+    const SChordPtr chord =
+        chordOfSymbol(symbol == nullptr ? std::nullopt : std::optional<std::string>(symbol));
+    return TARVShapeJSON::chordJSON(*chord);
+}
+
+std::string tuningAnswer(const char* requestText) {
+    const SStringedInstrumentTuningPtr tuning = tuningOfRequest(parsedRequest(requestText));
+    json object = json::parse(TARVShapeJSON::tuningJSON(*tuning));
+    // Semitones above C0 of the open strings, string 0 first: what a player hears.
+    json semitones = json::array();
+    for (const SPitch& pitch : tuning->stringPitches()) {
+        semitones.push_back(pitch.absoluteSemitone());
+    }
+    object["semitones"] = std::move(semitones);
+    return text(object);
+}
+
+std::string svgAnswer(const char* requestText) {
+    const json request = parsedRequest(requestText);
+    const std::optional<std::string> frets = textField(request, "frets");
+    if (!frets) {
+        throw InputError("the shape has no frets");
+    }
+    const FretText fretText = readFretText(*frets);
+    // Per string number: the text runs from the lowest string, the highest string number.
+    std::vector<std::int8_t> perString(fretText.stringCount, -1);
+    std::size_t start = 0;
+    for (std::size_t index = 0; index < perString.size(); ++index) {
+        const std::size_t comma = fretText.notation.find(',', start);
+        const std::string component = fretText.notation.substr(start, comma - start);
+        perString[perString.size() - 1 - index] =
+            component == "x" ? std::int8_t{-1} : static_cast<std::int8_t>(std::stoi(component));
+        start = comma + 1;
+    }
+    // The fingering the ranking gives these frets.
+    const std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(perString);
+    const TARVPlayableShape shape(perString, fingering.value_or(TARVFingering()), {});
+    TARVDiagramOptions options;
+    const auto leftHanded = request.find("leftHanded");
+    options.leftHanded =
+        leftHanded != request.end() && leftHanded->is_boolean() && leftHanded->get<bool>();
+    return text(
+        json{{"svg", TARVDiagramSVG::svgForShape(shape, fretText.stringCount, options,
+                                                 textField(request, "caption").value_or(""))}});
+}
+
+std::string qualitiesAnswer() {
+    return text(json(SChord::supportedQualities()));
+}
+
+std::string versionAnswer() {
+    return text(json(std::string(TARVVersionString())));
+}
+
+std::string errorAnswer(const std::string& message) {
+    return text(json{{"error", message}});
+}
+
+} // namespace tarv::web
