@@ -188,8 +188,14 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
     };
     Choice best;
 
+    // Working lists, reused by every arrangement considered.
+    std::vector<Position> rest;
+    std::vector<std::uint8_t> available;
+    std::vector<std::pair<std::size_t, std::size_t>> runs;
+    std::vector<Unit> units;
+    std::vector<Barre> chosenBarres;
     const auto consider = [&](const std::optional<Barre>& barre, bool thumb) {
-        std::vector<Position> rest;
+        rest.clear();
         std::optional<Position> thumbPosition;
         double crossing = 0;
         for (const Position& position : fretted) {
@@ -217,12 +223,12 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
                 return;
             }
         }
-        std::vector<std::uint8_t> available;
+        available.clear();
         for (std::uint8_t finger = barre ? 2 : 1; finger <= 4; ++finger) {
             available.push_back(finger);
         }
         // Runs of adjacent strings at one fret that one finger may hold flat.
-        std::vector<std::pair<std::size_t, std::size_t>> runs;
+        runs.clear();
         for (std::size_t i = 0; i < rest.size();) {
             std::size_t j = i + 1;
             while (j < rest.size() && rest[j].fret == rest[i].fret &&
@@ -235,8 +241,7 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
             i = j;
         }
         for (unsigned merged = 0; merged < (1u << runs.size()); ++merged) {
-            std::vector<Unit> units;
-            std::vector<std::size_t> unitStart;
+            units.clear();
             for (std::size_t i = 0; i < rest.size();) {
                 std::size_t end = i + 1;
                 for (std::size_t r = 0; r < runs.size(); ++r) {
@@ -245,7 +250,6 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
                     }
                 }
                 units.push_back({rest[i].string, rest[end - 1].string, rest[i].fret});
-                unitStart.push_back(i);
                 i = end;
             }
             const Candidate candidate =
@@ -254,7 +258,7 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
                 continue;
             }
             double strain = candidate.strain + crossing;
-            std::vector<Barre> chosenBarres;
+            chosenBarres.clear();
             if (barre) {
                 chosenBarres.push_back(*barre);
             }
@@ -290,7 +294,7 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
                 if (thumbPosition) {
                     best.fingers[thumbPosition->string] = kThumb;
                 }
-                best.barres = std::move(chosenBarres);
+                best.barres = chosenBarres;
                 best.stretch = candidate.stretch;
                 best.crossing = crossing;
             }

@@ -324,10 +324,31 @@ std::optional<TARVPlayableShape> evaluate(const Context& context,
     return buildShape(context, frets, features, memo.hand());
 }
 
+/// Per-string frets kept without a heap allocation for the string counts of real instruments.
+class FretList {
+public:
+    explicit FretList(std::span<const std::int8_t> frets) : _size(frets.size()) {
+        if (_size <= _inline.size()) {
+            std::copy(frets.begin(), frets.end(), _inline.begin());
+        } else {
+            _heap.assign(frets.begin(), frets.end());
+        }
+    }
+    operator std::span<const std::int8_t>() const noexcept {
+        return _size <= _inline.size() ? std::span<const std::int8_t>(_inline.data(), _size)
+                                       : std::span<const std::int8_t>(_heap);
+    }
+
+private:
+    std::array<std::int8_t, 16> _inline {};
+    std::size_t _size = 0;
+    std::vector<std::int8_t> _heap;
+};
+
 /// A voicing the search found: its frets and score; the rest is built for the shapes answered.
 struct Found {
     double score = 0;
-    std::vector<std::int8_t> frets;
+    FretList frets;
     Model::Features features;
 };
 
@@ -416,11 +437,10 @@ private:
             if (_window > 0 && !atWindow) {
                 return;
             }
-            Found entry;
-            if (measure(_context, _frets, true, _memo, entry.features)) {
-                entry.score = _context.model->score(entry.features, _context.family);
-                entry.frets = _frets;
-                _found.push_back(std::move(entry));
+            Model::Features features;
+            if (measure(_context, _frets, true, _memo, features)) {
+                _found.push_back(
+                    {_context.model->score(features, _context.family), FretList(_frets), features});
             }
             return;
         }
@@ -462,7 +482,9 @@ bool rankedBefore(const Found& a, const Found& b) {
     if (a.score != b.score) {
         return a.score < b.score;
     }
-    return a.frets < b.frets;
+    const std::span<const std::int8_t> x = a.frets;
+    const std::span<const std::int8_t> y = b.frets;
+    return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
 }
 
 std::vector<Found> search(const Context& context) {
