@@ -1,5 +1,7 @@
 #include "Values.hpp"
 
+#include "tarv/instruments/TARVInstrumentText.hpp"
+
 #include "tarv/cache/TARVChordShapeCache.hpp"
 #include "tarv/music/SPitch.hpp"
 #include "tarv/settings/NoteEntrySettings.hpp"
@@ -22,30 +24,6 @@ constexpr std::int64_t kHighestOctave = 127;
 
 std::string inQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
-}
-
-bool isSeparator(char character) {
-    return character == ' ' || character == '\t' || character == '\r' || character == '\n' ||
-           character == ',';
-}
-
-/// The words of `text`, split at blanks and commas.
-std::vector<std::string> words(std::string_view text) {
-    std::vector<std::string> result;
-    std::size_t position = 0;
-    while (position < text.size()) {
-        while (position < text.size() && isSeparator(text[position])) {
-            ++position;
-        }
-        const std::size_t start = position;
-        while (position < text.size() && !isSeparator(text[position])) {
-            ++position;
-        }
-        if (position > start) {
-            result.emplace_back(text.substr(start, position - start));
-        }
-    }
-    return result;
 }
 
 /// One shared name object per text: tunings compare their names by identity, and two tunings
@@ -148,7 +126,6 @@ TuningPtr tuningForPitches(const py::handle& pitches, std::optional<int> frets,
     std::vector<std::string> texts;
     if (py::isinstance<py::str>(pitches)) {
         given = pitches.cast<std::string>();
-        texts = words(given);
     } else if (py::isinstance<py::sequence>(pitches)) {
         for (const py::handle item : pitches) {
             if (!py::isinstance<py::str>(item)) {
@@ -164,34 +141,19 @@ TuningPtr tuningForPitches(const py::handle& pitches, std::optional<int> frets,
                              std::string(py::str(py::type::of(pitches).attr("__name__"))));
     }
 
-    if (texts.empty()) {
-        throw py::value_error("tuning " + inQuotes(given) + " has no strings");
+    // The library reads the text, as the tool and the web package do.
+    TARVInstrumentText::TuningRequest request;
+    request.pitches = given;
+    request.fretCount = frets;
+    request.capo = capo;
+    TuningPtr read;
+    try {
+        read = TARVInstrumentText::tuningForRequest(request);
+    } catch (const TARVInstrumentText::Error& error) {
+        throw py::value_error(error.what());
     }
-    if (texts.size() > kMaximumStringCount) {
-        throw py::value_error("tuning " + inQuotes(given) + " has " + std::to_string(texts.size()) +
-                              " strings; an instrument has at most 255");
-    }
-    // Given lowest string first; string 0 is the highest.
-    std::vector<SPitch> parsed;
-    std::string noteString;
-    parsed.reserve(texts.size());
-    for (const std::string& text : texts) {
-        const std::optional<SPitch> pitch = SPitch::pitchWithString(text);
-        if (!pitch) {
-            throw py::value_error("tuning " + inQuotes(given) + ": cannot read the pitch " +
-                                  inQuotes(text) +
-                                  " (write a note and an octave, lowest string first: \"E2 A2 "
-                                  "D3 G3 B3 E4\")");
-        }
-        parsed.push_back(*pitch);
-        noteString += pitch->note().string();
-    }
-    std::reverse(parsed.begin(), parsed.end());
-
-    const TuningPtr standard = SStringedInstrumentTuning::stringedInstrumentTuning();
-    return madeTuning(std::move(parsed), checkedByte(frets, standard->fretCount(), "frets"),
-                      checkedByte(capo, standard->capo(), "capo"), name.value_or("Custom"),
-                      std::move(noteString), std::nullopt);
+    return madeTuning(read->stringPitches(), read->fretCount(), read->capo(),
+                      name.value_or("Custom"), read->noteString(), std::nullopt);
 }
 
 TuningPtr tuningForObject(const py::handle& object, std::optional<int> frets,

@@ -1,5 +1,7 @@
 #include "Values.hpp"
 
+#include "tarv/instruments/TARVInstrumentText.hpp"
+
 #include "tarv/diagrams/TARVDiagramSVG.hpp"
 #include "tarv/diagrams/TARVShapeJSON.hpp"
 #include "tarv/ranking/TARVFingering.hpp"
@@ -71,77 +73,22 @@ std::vector<Shape> rankedShapes(std::vector<TARVPlayableShape> found, const Tuni
 }
 
 /// The per-string frets of a fret text ("x,3,2,0,1,0", or "x32010" one character a string),
-/// string 0 first. Throws py::value_error saying what does not read.
+/// string 0 first, read by the library as the tool reads it. Throws py::value_error saying what
+/// does not read.
 std::vector<std::int8_t> fretsOfText(const std::string& text, std::uint8_t stringCount) {
-    const auto unreadable = [&](const std::string& why) {
-        return py::value_error("cannot read the fret text " + pythonRepr(text) + ": " + why +
-                               " (write frets from the lowest string to the highest, \"x\" for "
-                               "a muted string: \"x,3,2,0,1,0\")");
-    };
-    const auto isBlank = [](char character) {
-        return character == ' ' || character == '\t' || character == '\r' || character == '\n';
-    };
-    std::string_view given(text);
-    while (!given.empty() && isBlank(given.front())) {
-        given.remove_prefix(1);
+    TARVInstrumentText::FretText read;
+    try {
+        read = TARVInstrumentText::readFretText(text);
+    } catch (const TARVInstrumentText::Error& error) {
+        throw py::value_error(error.what());
     }
-    while (!given.empty() && isBlank(given.back())) {
-        given.remove_suffix(1);
+    if (read.stringCount != stringCount) {
+        throw py::value_error("the fret text " + pythonRepr(text) + " has " +
+                              std::to_string(read.stringCount) + " strings but the tuning has " +
+                              std::to_string(stringCount));
     }
-    if (given.empty()) {
-        throw unreadable("it is empty");
-    }
-    std::vector<std::string_view> components;
-    if (given.find(',') == std::string_view::npos && given.size() >= 2) {
-        for (std::size_t index = 0; index < given.size(); ++index) {
-            components.push_back(given.substr(index, 1));
-        }
-    } else {
-        std::size_t start = 0;
-        while (true) {
-            const std::size_t comma = given.find(',', start);
-            std::string_view component = given.substr(start, comma - start);
-            while (!component.empty() && isBlank(component.front())) {
-                component.remove_prefix(1);
-            }
-            while (!component.empty() && isBlank(component.back())) {
-                component.remove_suffix(1);
-            }
-            components.push_back(component);
-            if (comma == std::string_view::npos) {
-                break;
-            }
-            start = comma + 1;
-        }
-    }
-    if (components.size() != stringCount) {
-        throw unreadable("it has " + std::to_string(components.size()) +
-                         " strings and the tuning " + std::to_string(stringCount));
-    }
-    std::vector<std::int8_t> frets(components.size());
-    for (std::size_t index = 0; index < components.size(); ++index) {
-        const std::string_view component = components[index];
-        std::int8_t& fret = frets[components.size() - 1 - index];
-        if (component == "x" || component == "X") {
-            fret = -1;
-            continue;
-        }
-        if (component.empty()) {
-            throw unreadable("a string has no fret");
-        }
-        int value = 0;
-        for (const char digit : component) {
-            if (digit < '0' || digit > '9' || value > 127) {
-                throw unreadable("\"" + std::string(component) + "\" is not a fret or x");
-            }
-            value = value * 10 + (digit - '0');
-        }
-        if (value > 127) {
-            throw unreadable("fret " + std::to_string(value) + " is above 127");
-        }
-        fret = static_cast<std::int8_t>(value);
-    }
-    return frets;
+    const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(read.notation);
+    return TARVPlayableShapes::fretsForChordShape(*shape, read.stringCount);
 }
 
 py::object jsonLoads(const std::string& text) {

@@ -102,7 +102,7 @@ def test_notation_reads_a_fret_text():
     "text, message",
     [
         ("", "it is empty"),
-        ("x,3,2,0,1", "it has 5 strings and the tuning 6"),
+        ("x,3,2,0,1", "has 5 strings but the tuning has 6"),
         ("x,3,2,0,q,0", '"q" is not a fret or x'),
         ("x,3,2,,1,0", "a string has no fret"),
         ("x,3,2,0,1,200", "fret 200 is above 127"),

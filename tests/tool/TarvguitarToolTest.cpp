@@ -1341,6 +1341,6 @@ TEST(TarvguitarErrors, TuningsOfMoreStringsThanTheToolHandlesAreRefused) {
         pitches += (i == 0 ? "" : " ") + std::string("E2");
     }
     const RunResult result = runTool({"shapes", "C", "--tuning", pitches});
-    expectOneErrorLineNaming(result, "17 strings; the tool handles at most 16");
+    expectOneErrorLineNaming(result, "17 strings; at most 16 are read");
     EXPECT_EQ(result.exitCode, 2);
 }

@@ -1,14 +1,8 @@
 #pragma once
 
+#include "tarv/instruments/TARVInstrumentText.hpp"
+
 #include <cstddef>
-
-#include "tarv/instruments/SStringedInstrumentTuning.hpp"
-
-#include <cstdint>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <string_view>
 
 namespace tarv::tool {
 
@@ -16,42 +10,19 @@ namespace tarv::tool {
 /// strings, and the longest courses in use (12-string guitars) stay well below it.
 inline constexpr std::size_t kMaximumTuningStrings = 16;
 
-/// Input that the tool cannot read. The message names the input and says what is wrong with it.
-class InputError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using InputError = TARVInstrumentText::Error;
+using TuningRequest = TARVInstrumentText::TuningRequest;
+using FretText = TARVInstrumentText::FretText;
 
-/// The instrument as the command line describes it.
-struct TuningRequest {
-    /// Open-string pitches from the lowest string to the highest ("E2 A2 D3 G3 B3 E4"); absent
-    /// for the standard guitar tuning.
-    std::optional<std::string> pitches;
-    /// The display name of a custom tuning; absent for "Custom".
-    std::optional<std::string> name;
-    std::optional<int> fretCount;
-    std::optional<int> capo;
-};
-
-/// The tuning `request` describes: the standard guitar tuning unless pitches are given; its fret
-/// count and capo replaced where given. Throws InputError for pitches that do not read, for no
-/// strings or more than 255, and for a fret count or capo outside 0 to 255.
-SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request);
-
-/// A fret-number text checked and brought to the form the shape notation reads: components
-/// separated by ",", each "x" (or "X") for a muted string or an absolute fret from 0 to 127,
-/// blanks around components ignored. A text without commas of two or more characters, each a
-/// digit or "x", is read one character per string ("x32010"). Throws InputError otherwise.
-struct FretText {
-    /// The text as `TARVChordShape::shapeForFretNumberString` reads it ("x,3,2,0,1,0").
-    std::string notation;
-    std::uint8_t stringCount = 0;
-    /// The highest fret of the text (0 when every string is muted or open).
-    int highestFret = 0;
-};
-FretText readFretText(std::string_view text);
-
-/// `text` without the blanks (spaces, tabs, carriage returns) at either end.
-std::string_view trimmed(std::string_view text);
+/// The tuning `request` describes, with at most `kMaximumTuningStrings` strings.
+inline SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request) {
+    return TARVInstrumentText::tuningForRequest(request, kMaximumTuningStrings);
+}
+inline FretText readFretText(std::string_view text) {
+    return TARVInstrumentText::readFretText(text);
+}
+inline std::string_view trimmed(std::string_view text) {
+    return TARVInstrumentText::trimmed(text);
+}
 
 } // namespace tarv::tool

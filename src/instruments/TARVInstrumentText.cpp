@@ -1,4 +1,4 @@
-#include "InputReading.hpp"
+#include "tarv/instruments/TARVInstrumentText.hpp"
 
 #include "tarv/music/SPitch.hpp"
 
@@ -6,7 +6,11 @@
 #include <charconv>
 #include <vector>
 
-namespace tarv::tool {
+namespace tarv {
+
+using InputError = TARVInstrumentText::Error;
+using TuningRequest = TARVInstrumentText::TuningRequest;
+using FretText = TARVInstrumentText::FretText;
 
 namespace {
 
@@ -63,7 +67,7 @@ std::vector<std::string_view> fretComponents(std::string_view text) {
     std::size_t start = 0;
     while (true) {
         const std::size_t comma = text.find(',', start);
-        components.push_back(trimmed(text.substr(start, comma - start)));
+        components.push_back(TARVInstrumentText::trimmed(text.substr(start, comma - start)));
         if (comma == std::string_view::npos) {
             break;
         }
@@ -74,7 +78,7 @@ std::vector<std::string_view> fretComponents(std::string_view text) {
 
 } // namespace
 
-std::string_view trimmed(std::string_view text) {
+std::string_view TARVInstrumentText::trimmed(std::string_view text) {
     while (!text.empty() && isBlank(text.front())) {
         text.remove_prefix(1);
     }
@@ -84,7 +88,8 @@ std::string_view trimmed(std::string_view text) {
     return text;
 }
 
-SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request) {
+SStringedInstrumentTuningPtr TARVInstrumentText::tuningForRequest(const TuningRequest& request,
+                                                                  std::size_t maximumStrings) {
     const SStringedInstrumentTuningPtr standard =
         SStringedInstrumentTuning::stringedInstrumentTuning();
     const std::uint8_t fretCount = checkedByte(request.fretCount, standard->fretCount(), "--frets");
@@ -103,10 +108,11 @@ SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request) {
     if (pitchTexts.empty()) {
         throw InputError("tuning " + quoted(*request.pitches) + " has no strings");
     }
-    if (pitchTexts.size() > kMaximumTuningStrings) {
+    const std::size_t limit = std::min(maximumStrings, kMaximumStringCount);
+    if (pitchTexts.size() > limit) {
         throw InputError("tuning " + quoted(*request.pitches) + " has " +
-                         std::to_string(pitchTexts.size()) + " strings; the tool handles at most " +
-                         std::to_string(kMaximumTuningStrings));
+                         std::to_string(pitchTexts.size()) + " strings; at most " +
+                         std::to_string(limit) + " are read");
     }
     // Given lowest string first; string 0 is the highest.
     std::vector<SPitch> pitches;
@@ -131,7 +137,7 @@ SStringedInstrumentTuningPtr tuningForRequest(const TuningRequest& request) {
                                                       std::move(noteString), std::nullopt);
 }
 
-FretText readFretText(std::string_view text) {
+TARVInstrumentText::FretText TARVInstrumentText::readFretText(std::string_view text) {
     const std::string_view given = trimmed(text);
     const auto unreadable = [&](const std::string& why) {
         return InputError("cannot read the fret text " + quoted(text) + ": " + why +
@@ -174,4 +180,4 @@ FretText readFretText(std::string_view text) {
     return result;
 }
 
-} // namespace tarv::tool
+} // namespace tarv
