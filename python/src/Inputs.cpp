@@ -19,8 +19,6 @@ namespace {
 
 constexpr int kMaximumByte = 255;
 constexpr std::size_t kMaximumStringCount = 255;
-constexpr std::int64_t kLowestOctave = -128;
-constexpr std::int64_t kHighestOctave = 127;
 
 std::string inQuotes(std::string_view text) {
     return "\"" + std::string(text) + "\"";
@@ -65,31 +63,8 @@ TuningPtr madeTuning(std::vector<SPitch> pitches, std::uint8_t fretCount, std::u
 /// Throws py::value_error for the values that `tuningWithDescriptor` would stop the process on.
 void checkConvertible(const StringedInstrumentTuningDescriptor& tuning,
                       const StringedInstrumentDescriptor& instrument, const std::string& path) {
-    const std::string where = "the settings file " + inQuotes(path) + ": the tuning " +
-                              inQuotes(tuning.tuningName()) + " of the instrument " +
-                              inQuotes(instrument.name());
-    if (tuning.notes().empty()) {
-        throw py::value_error(where + " has no strings");
-    }
-    if (tuning.notes().size() > kMaximumStringCount) {
-        throw py::value_error(where + " has " + std::to_string(tuning.notes().size()) +
-                              " strings; an instrument has at most 255");
-    }
-    for (const PitchDescriptor& note : tuning.notes()) {
-        if (!SNote::initWithString(note.noteName())) {
-            throw py::value_error(where + ": the note name " + inQuotes(note.noteName()) +
-                                  " names no note");
-        }
-        if (note.octave() < kLowestOctave || note.octave() > kHighestOctave) {
-            throw py::value_error(where + ": the octave " + std::to_string(note.octave()) +
-                                  " of the note " + inQuotes(note.noteName()) +
-                                  " is outside -128 to 127");
-        }
-    }
-    if (instrument.frets() < 0 || instrument.frets() > kMaximumByte) {
-        throw py::value_error("the settings file " + inQuotes(path) + ": the fret count " +
-                              std::to_string(instrument.frets()) + " of the instrument " +
-                              inQuotes(instrument.name()) + " is outside 0 to 255");
+    if (const auto problem = problemWithDescriptor(tuning, instrument, 0)) {
+        throw py::value_error("the settings file " + inQuotes(path) + ": " + *problem);
     }
 }
 

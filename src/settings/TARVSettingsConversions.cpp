@@ -1,5 +1,7 @@
 #include "tarv/settings/TARVSettingsConversions.hpp"
 
+#include <algorithm>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -61,6 +63,41 @@ descriptionWithDescriptor(const StringedInstrumentDescriptor& instrument,
                           const StringedInstrumentTuningDescriptor& tuning, std::int64_t capo) {
     return SStringedInstrumentDescription::initWithTuning(
         tuningWithDescriptor(tuning, instrument, capo), instrument.name());
+}
+
+std::optional<std::string> problemWithDescriptor(const StringedInstrumentTuningDescriptor& tuning,
+                                                 const StringedInstrumentDescriptor& instrument,
+                                                 std::int64_t capo, std::size_t maximumStrings) {
+    const auto quoted = [](const std::string& text) {
+        return "\"" + text + "\"";
+    };
+    const std::string where = "the tuning " + quoted(tuning.tuningName()) + " of the instrument " +
+                              quoted(instrument.name());
+    if (tuning.notes().empty()) {
+        return where + " has no strings";
+    }
+    const std::size_t limit = std::min<std::size_t>(maximumStrings, 255);
+    if (tuning.notes().size() > limit) {
+        return where + " has " + std::to_string(tuning.notes().size()) + " strings; at most " +
+               std::to_string(limit) + " are read";
+    }
+    for (const PitchDescriptor& note : tuning.notes()) {
+        if (!SNote::initWithString(note.noteName())) {
+            return where + ": the note name " + quoted(note.noteName()) + " names no note";
+        }
+        if (note.octave() < -128 || note.octave() > 127) {
+            return where + ": the octave " + std::to_string(note.octave()) + " of the note " +
+                   quoted(note.noteName()) + " is outside -128 to 127";
+        }
+    }
+    if (instrument.frets() < 0 || instrument.frets() > 255) {
+        return "the fret count " + std::to_string(instrument.frets()) + " of the instrument " +
+               quoted(instrument.name()) + " is outside 0 to 255";
+    }
+    if (capo < 0 || capo > 255) {
+        return "the capo " + std::to_string(capo) + " is outside 0 to 255";
+    }
+    return std::nullopt;
 }
 
 } // namespace tarv

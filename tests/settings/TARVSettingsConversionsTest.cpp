@@ -149,3 +149,27 @@ TEST_F(TARVSettingsConversionsDeathTest, FatalStopWritesOneLineNamingTheValue) {
 
 } // namespace
 } // namespace tarv
+
+namespace tarv {
+namespace {
+
+TEST(TARVSettingsConversionsProblem, NamesWhatWouldStopTheConversion) {
+    EXPECT_EQ(problemWithDescriptor(standardTuning(), guitar(), 2), std::nullopt);
+    const StringedInstrumentTuningDescriptor badNote("Odd", "EH", {{"E", 4}, {"H", 3}});
+    EXPECT_EQ(problemWithDescriptor(badNote, guitar(), 0),
+              "the tuning \"Odd\" of the instrument \"Guitar\": the note name \"H\" names no note");
+    const StringedInstrumentTuningDescriptor lowOctave("Low", "E", {{"E", -129}});
+    EXPECT_NE(problemWithDescriptor(lowOctave, guitar(), 0)->find("outside -128 to 127"),
+              std::string::npos);
+    EXPECT_NE(problemWithDescriptor(standardTuning(), guitar(300), 0)->find("fret count 300"),
+              std::string::npos);
+    EXPECT_NE(problemWithDescriptor(standardTuning(), guitar(), 256)->find("capo 256"),
+              std::string::npos);
+    const StringedInstrumentTuningDescriptor empty("Empty", "", {});
+    EXPECT_NE(problemWithDescriptor(empty, guitar(), 0)->find("has no strings"), std::string::npos);
+    EXPECT_NE(problemWithDescriptor(standardTuning(), guitar(), 0, 4)->find("6 strings; at most 4"),
+              std::string::npos);
+}
+
+} // namespace
+} // namespace tarv

@@ -14,10 +14,6 @@ namespace tarv::tool {
 
 namespace {
 
-constexpr std::int64_t kMaximumByte = 255;
-constexpr std::int64_t kLowestOctave = -128;
-constexpr std::int64_t kHighestOctave = 127;
-
 std::string quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
@@ -98,33 +94,12 @@ chosenTuning(const StringedInstrumentDescriptor& instrument,
 /// Throws InputError for the values that `tuningWithDescriptor` would stop the process on.
 void checkConvertible(const StringedInstrumentTuningDescriptor& tuning,
                       const StringedInstrumentDescriptor& instrument, std::int64_t capo) {
-    const std::string where = "the tuning " + quoted(tuning.tuningName()) + " of the instrument " +
-                              quoted(instrument.name());
-    if (tuning.notes().empty()) {
-        throw InputError(where + " has no strings");
-    }
-    if (tuning.notes().size() > kMaximumTuningStrings) {
-        throw InputError(where + " has " + std::to_string(tuning.notes().size()) +
-                         " strings; the tool handles at most " +
-                         std::to_string(kMaximumTuningStrings));
-    }
-    for (const PitchDescriptor& note : tuning.notes()) {
-        if (!SNote::initWithString(note.noteName())) {
-            throw InputError(where + ": the note name " + quoted(note.noteName()) +
-                             " names no note");
-        }
-        if (note.octave() < kLowestOctave || note.octave() > kHighestOctave) {
-            throw InputError(where + ": the octave " + std::to_string(note.octave()) +
-                             " of the note " + quoted(note.noteName()) + " is outside -128 to 127");
-        }
-    }
-    if (instrument.frets() < 0 || instrument.frets() > kMaximumByte) {
-        throw InputError("the fret count " + std::to_string(instrument.frets()) +
-                         " of the instrument " + quoted(instrument.name()) +
-                         " is outside 0 to 255");
-    }
-    if (capo < 0 || capo > kMaximumByte) {
+    if (capo < 0 || capo > 255) {
         throw InputError("--capo " + std::to_string(capo) + " is outside 0 to 255");
+    }
+    if (const auto problem =
+            problemWithDescriptor(tuning, instrument, capo, kMaximumTuningStrings)) {
+        throw InputError(*problem);
     }
 }
 

@@ -7,7 +7,10 @@
 #include "tarv/settings/StringedInstrumentDescriptor.hpp"
 #include "tarv/settings/StringedInstrumentTuningDescriptor.hpp"
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 namespace tarv {
 
@@ -25,6 +28,15 @@ SPitch pitchWithDescriptor(const PitchDescriptor& pitch);
 SStringedInstrumentTuningPtr tuningWithDescriptor(const StringedInstrumentTuningDescriptor& tuning,
                                                   const StringedInstrumentDescriptor& instrument,
                                                   std::int64_t capo);
+
+/// What would stop `tuningWithDescriptor(tuning, instrument, capo)`, as a sentence naming the
+/// value ("the tuning \"Drop D\" of the instrument \"Guitar\": the note name \"H\" names no
+/// note"); absent when the conversion can run. Also a tuning without strings, or with more than
+/// `maximumStrings`.
+std::optional<std::string> problemWithDescriptor(const StringedInstrumentTuningDescriptor& tuning,
+                                                 const StringedInstrumentDescriptor& instrument,
+                                                 std::int64_t capo,
+                                                 std::size_t maximumStrings = 255);
 
 /// `instrument`, named by its name, in the tuning `tuning` with the capo at `capo`.
 SStringedInstrumentDescriptionPtr
