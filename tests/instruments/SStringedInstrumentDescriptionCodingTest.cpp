@@ -1,7 +1,7 @@
-#include "tarv/instruments/SStringedInstrumentDescription.hpp"
 #include "tarv/archive/TARVArchiveClass.hpp"
 #include "tarv/archive/TARVKeyedArchiver.hpp"
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
+#include "tarv/instruments/SStringedInstrumentDescription.hpp"
 
 #include <gtest/gtest.h>
 

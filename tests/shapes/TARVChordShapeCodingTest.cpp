@@ -2,9 +2,9 @@
 
 #include "archive/TARVArchiveTestClasses.hpp"
 #include "archive/TARVArchiveTestSupport.hpp"
-#include "tarv/music/SPitch.hpp"
 #include "tarv/archive/TARVKeyedArchiver.hpp"
 #include "tarv/archive/TARVKeyedUnarchiver.hpp"
+#include "tarv/music/SPitch.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
 #include "tarv/shapes/TARVOpenFretIndicator.hpp"
