@@ -226,26 +226,34 @@ bool TARVBinaryPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, s
     return false;
 }
 
+std::optional<TARVXMLMarkup> TARVNextXMLMarkup(std::string_view text, std::size_t position) {
+    position = text.find('<', position);
+    if (position == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view rest = text.substr(position);
+    std::string_view end = ">";
+    if (rest.starts_with("<!--")) {
+        end = "-->";
+    } else if (rest.starts_with("<![CDATA[")) {
+        end = "]]>";
+    } else if (rest.starts_with("<?")) {
+        end = "?>";
+    }
+    const std::size_t close = text.find(end, position + 1);
+    if (close == std::string_view::npos) {
+        return std::nullopt;
+    }
+    return TARVXMLMarkup{text.substr(position, close - position), end, close + end.size()};
+}
+
 bool TARVXMLPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std::size_t limit) {
     const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
     std::size_t depth = 0;
-    std::size_t position = 0;
-    while ((position = text.find('<', position)) != std::string_view::npos) {
-        const std::string_view rest = text.substr(position);
-        std::string_view end = ">";
-        if (rest.starts_with("<!--")) {
-            end = "-->";
-        } else if (rest.starts_with("<![CDATA[")) {
-            end = "]]>";
-        } else if (rest.starts_with("<?")) {
-            end = "?>";
-        }
-        const std::size_t close = text.find(end, position + 1);
-        if (close == std::string_view::npos) {
-            return false;
-        }
-        const std::string_view tag = text.substr(position, close - position);
-        if (end == ">" && tag.size() > 1 && tag.back() != '/') {
+    for (auto markup = TARVNextXMLMarkup(text, 0); markup;
+         markup = TARVNextXMLMarkup(text, markup->next)) {
+        const std::string_view tag = markup->tag;
+        if (markup->end == ">" && tag.size() > 1 && tag.back() != '/') {
             const bool closing = tag[1] == '/';
             const std::string_view name = tag.substr(closing ? 2 : 1);
             const auto isContainer = [](std::string_view n) {
@@ -260,7 +268,6 @@ bool TARVXMLPropertyListNestsDeeperThan(std::span<const std::uint8_t> data, std:
                 }
             }
         }
-        position = close + end.size();
     }
     return false;
 }

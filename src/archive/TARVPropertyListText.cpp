@@ -152,23 +152,11 @@ bool rewriteIntegers(std::string& text, std::string& error) {
     out.reserve(text.size());
     std::size_t position = 0;
     std::size_t copied = 0;
-    while ((position = text.find('<', position)) != std::string::npos) {
-        const std::string_view rest = std::string_view(text).substr(position);
-        std::string_view end = ">";
-        if (rest.starts_with("<!--")) {
-            end = "-->";
-        } else if (rest.starts_with("<![CDATA[")) {
-            end = "]]>";
-        } else if (rest.starts_with("<?")) {
-            end = "?>";
-        }
-        const std::size_t close = text.find(end, position + 1);
-        if (close == std::string::npos) {
-            break; // the reader refuses the text on its own
-        }
-        const std::string_view tag = std::string_view(text).substr(position, close - position);
-        position = close + end.size();
-        if (end != ">" || !tag.starts_with("<integer")) {
+    // An unclosed tag ends the walk: the reader refuses the text on its own.
+    while (const auto markup = TARVNextXMLMarkup(text, position)) {
+        const std::string_view tag = markup->tag;
+        position = markup->next;
+        if (markup->end != ">" || !tag.starts_with("<integer")) {
             continue;
         }
         const std::string_view rest_of_name = tag.substr(8);
