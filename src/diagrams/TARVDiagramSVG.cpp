@@ -14,6 +14,7 @@ constexpr double kCaptionHeight = 22;
 constexpr double kMarkerSpace = 20;
 constexpr double kLabelSpace = 34;
 constexpr double kDotRadius = 8;
+constexpr double kCapoLabelSpace = 14;
 constexpr int kMinimumRows = 4;
 const char* const kInk = "#1a1a1a";
 const char* const kFont = "DejaVu Sans, Helvetica, Arial, sans-serif";
@@ -92,10 +93,11 @@ public:
         return 2 * kMargin + kMarkerSpace + (_stringCount - 1) * kStringSpacing + kLabelSpace;
     }
     double height() const {
+        const double capoLabel = _options.capo > 0 ? kCapoLabelSpace : 0;
         if (_options.horizontal) {
-            return _top + (_stringCount - 1) * kStringSpacing + kLabelSpace + kMargin;
+            return _top + (_stringCount - 1) * kStringSpacing + kLabelSpace + kMargin + capoLabel;
         }
-        return _top + kMarkerSpace + _rows * kFretSpacing + kMargin;
+        return _top + kMarkerSpace + _rows * kFretSpacing + kMargin + capoLabel;
     }
 
 private:
@@ -148,6 +150,18 @@ std::string TARVDiagramSVG::svgForShape(const TARVPlayableShape& shape, std::uin
         const bool nut = r == 0 && shape.baseFret() == 0;
         line(layout.x(firstAcross, r), layout.y(firstAcross, r), layout.x(lastAcross, r),
              layout.y(lastAcross, r), nut ? 5 : 1, nut ? "nut" : nullptr);
+    }
+    if (options.capo > 0 && shape.baseFret() == 0) {
+        // The capo lies across every string where the nut would be.
+        const double position = 0;
+        const double x1 = std::min(layout.x(firstAcross, position), layout.x(lastAcross, position));
+        const double y1 = std::min(layout.y(firstAcross, position), layout.y(lastAcross, position));
+        const double x2 = std::max(layout.x(firstAcross, position), layout.x(lastAcross, position));
+        const double y2 = std::max(layout.y(firstAcross, position), layout.y(lastAcross, position));
+        const double pad = 4;
+        body += "<rect class=\"capo\" x=\"" + number(x1 - pad) + "\" y=\"" + number(y1 - pad) +
+                "\" width=\"" + number(x2 - x1 + 2 * pad) + "\" height=\"" +
+                number(y2 - y1 + 2 * pad) + "\" rx=\"3\" fill=\"#8a5a2b\"/>";
     }
     if (shape.baseFret() != 0) {
         const std::string label = std::to_string(firstFret) + "fr";
@@ -219,6 +233,13 @@ std::string TARVDiagramSVG::svgForShape(const TARVPlayableShape& shape, std::uin
            escaped((caption.empty() ? std::string() : caption + " ") + shape.fretText()) +
            "</title>";
     svg += "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>";
+    if (options.capo > 0) {
+        // Under the grid, where every view has room.
+        svg += "<text class=\"capo-label\" x=\"" + number(layout.width() / 2) + "\" y=\"" +
+               number(layout.height() - kMargin) + "\" font-size=\"11\" fill=\"" + kInk +
+               "\" text-anchor=\"middle\" dominant-baseline=\"central\">capo " +
+               std::to_string(options.capo) + "</text>";
+    }
     if (!caption.empty()) {
         svg += "<text x=\"" + number(layout.width() / 2) + "\" y=\"" +
                number(kMargin + kCaptionHeight / 2) +

@@ -294,7 +294,13 @@ std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t
     writer.raw("],");
     if (tuning != nullptr) {
         writer.key("notes");
-        writeNotes(writer, chordShape ? chordShape->notesInTuning(*tuning) : std::vector<SNote>());
+        std::vector<SNote> notes =
+            chordShape ? chordShape->notesInTuning(*tuning) : std::vector<SNote>();
+        // The notes sound with the capo on.
+        for (SNote& note : notes) {
+            note = note.noteWithOffset(static_cast<std::int8_t>(tuning->capo()));
+        }
+        writeNotes(writer, notes);
         writer.raw(",");
     }
     writer.key("indicators");

@@ -15,6 +15,12 @@ namespace tarv::tool {
 /// `shapes`: {"chord", "tuning", "shapes"}, as `TARVShapeJSON::answerJSON` writes it.
 /// `notation`: {"notation", "shape"}, with "tuning" and the shape's "notes" only when the command
 /// line names a tuning.
+/// `name`: {"notation", "tuning", "names", "shape"}; each name {"symbol", "kind", "omitted"}.
+/// `progression`: {"progression", "tuning", "arrangements"}, and "capoChoices" with --capo auto.
+///
+/// With a capo, every object also holds "capo": {"fret", "convention"}: frets count from the
+/// capo and chord names read relative to it, as chord sheets write them, while "soundsAs" names
+/// the chord that sounds.
 class JsonFormatter final : public OutputFormatter {
 public:
     explicit JsonFormatter(std::ostream& out) : _out(out) {}
@@ -23,6 +29,8 @@ public:
                           const SStringedInstrumentTuning& tuning) override;
     void writeNotation(const NotationAnswer& answer,
                        const SStringedInstrumentTuning* tuning) override;
+    void writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) override;
+    void writeProgression(const ProgressionAnswer& answer) override;
 
 private:
     std::ostream& _out;

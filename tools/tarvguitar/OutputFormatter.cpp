@@ -16,6 +16,59 @@ std::string decimal(double value) {
 
 } // namespace
 
+std::string decimalText(double value) {
+    return decimal(value);
+}
+
+SChordPtr playedChord(const SChordPtr& chord, const SStringedInstrumentTuning& tuning) {
+    return tuning.capo() == 0 ? chord : TARVChordNaming::transposedChord(chord, -tuning.capo());
+}
+
+std::string chordTitle(const SChordPtr& chord, const SStringedInstrumentTuning& tuning) {
+    if (tuning.capo() == 0) {
+        return chord->symbol();
+    }
+    const SChordPtr played = playedChord(chord, tuning);
+    return (played ? played->name() : chord->symbol()) + " (capo " + std::to_string(tuning.capo()) +
+           ", sounds as " + chord->symbol() + ")";
+}
+
+std::string nameText(const TARVChordNaming::Name& name) {
+    std::string text = name.symbol;
+    std::vector<std::string> notes;
+    if (name.kind == TARVChordNaming::Kind::Rootless) {
+        notes.push_back("rootless");
+    }
+    if (!name.omittedNotes.empty()) {
+        std::string omitted = "no";
+        for (const SNote& note : name.omittedNotes) {
+            omitted += " " + note.string();
+        }
+        notes.push_back(omitted);
+    }
+    if (!notes.empty()) {
+        text += " (";
+        for (std::size_t i = 0; i < notes.size(); ++i) {
+            text += (i > 0 ? ", " : "") + notes[i];
+        }
+        text += ")";
+    }
+    return text;
+}
+
+SChordPtr soundingChord(const TARVChordNaming::Name& name,
+                        const SStringedInstrumentTuning& tuning) {
+    return TARVChordNaming::transposedChord(name.chord, tuning.capo());
+}
+
+std::string capoChoiceText(const TARVProgression::CapoChoice& choice) {
+    std::string text = choice.capo == 0 ? "no capo:" : "capo " + std::to_string(choice.capo) + ":";
+    for (const SChordPtr& chord : choice.writtenChords) {
+        text += " " + (chord ? chord->name() : std::string("?"));
+    }
+    return text + " (cost " + decimal(choice.cost) + ")";
+}
+
 std::string rankSummary(const TARVPlayableShape& shape, std::size_t rank) {
     std::string text = "rank " + std::to_string(rank);
     if (!shape.terms().empty()) {
@@ -42,6 +95,15 @@ std::vector<std::string> termLines(const TARVPlayableShape& shape) {
                         decimal(term.weight) + " = " + decimal(term.contribution()));
     }
     return lines;
+}
+
+std::vector<SNote> soundingNotes(const TARVPlayableShape& shape,
+                                 const SStringedInstrumentTuning& tuning) {
+    std::vector<SNote> notes = shape.chordShape()->notesInTuning(tuning);
+    for (SNote& note : notes) {
+        note = note.noteWithOffset(static_cast<std::int8_t>(tuning.capo()));
+    }
+    return notes;
 }
 
 std::vector<std::string> noteTexts(const std::vector<SNote>& notes) {

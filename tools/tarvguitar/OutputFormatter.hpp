@@ -2,9 +2,12 @@
 
 #include "InputReading.hpp"
 
+#include "tarv/diagrams/TARVDiagramOptions.hpp"
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVChordNaming.hpp"
 #include "tarv/ranking/TARVPlayableShape.hpp"
+#include "tarv/ranking/TARVProgression.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <cstddef>
@@ -30,6 +33,30 @@ struct NotationAnswer {
     TARVPlayableShape shape;
 };
 
+/// The answer of the `name` command for one fret text.
+struct NamesAnswer {
+    FretText fretText;
+    /// The shape with its fingering.
+    TARVPlayableShape shape;
+    /// The names of the shape as it is written, relative to the capo, best first.
+    std::vector<TARVChordNaming::Name> names;
+};
+
+/// The answer of the `progression` command.
+struct ProgressionAnswer {
+    /// The chords as given (after any transposition): the progression sounds as them.
+    std::vector<SChordPtr> chords;
+    /// The tuning the arrangements are played on, with the chosen capo.
+    std::shared_ptr<const SStringedInstrumentTuning> tuning;
+    /// The best arrangements, best first.
+    std::vector<TARVProgression::Arrangement> arrangements;
+    /// With `--capo auto`: the capo positions tried, best first (the arrangements are those of
+    /// the first).
+    std::vector<TARVProgression::CapoChoice> capoChoices;
+    /// How many capo positions to list.
+    std::size_t capoChoicesShown = 3;
+};
+
 /// Writes the answers of the `shapes` and `notation` commands in one output format. `begin` is
 /// called before the first answer and `end` after the last, so that a format can wrap every
 /// answer of one call in a single document.
@@ -45,6 +72,8 @@ public:
     void setInstrumentName(std::string name) { _instrumentName = std::move(name); }
     /// Show each shape's score terms.
     void setExplain(bool explain) { _explain = explain; }
+    /// Mirrored (left-handed) or horizontal diagrams, in the text and SVG formats.
+    void setDiagramOptions(const TARVDiagramOptions& options) { _diagramOptions = options; }
 
     virtual void begin() {}
     virtual void writeChordShapes(const ChordShapesAnswer& answer,
@@ -52,18 +81,46 @@ public:
     /// `tuning` is null when the command line names none; the sounding notes are then left out.
     virtual void writeNotation(const NotationAnswer& answer,
                                const SStringedInstrumentTuning* tuning) = 0;
+    virtual void writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) = 0;
+    virtual void writeProgression(const ProgressionAnswer& answer) = 0;
     virtual void end() {}
 
 protected:
     /// Empty when no instrument is named.
     std::string _instrumentName;
     bool _explain = false;
+    TARVDiagramOptions _diagramOptions;
 };
+
+/// With a capo, chord sheets name a shape as it is fingered, relative to the capo, and the chord
+/// sounds higher: for `chord` (sounding) on `tuning`, the chord the shapes make relative to the
+/// capo; `chord` itself without a capo.
+SChordPtr playedChord(const SChordPtr& chord, const SStringedInstrumentTuning& tuning);
+
+/// "C (capo 2, sounds as D)" for the sounding chord D with capo 2; the chord's symbol without a
+/// capo.
+std::string chordTitle(const SChordPtr& chord, const SStringedInstrumentTuning& tuning);
+
+/// "C", "C/E", "Am6/D (rootless)", with the left-out notes: "C7 (no G)".
+std::string nameText(const TARVChordNaming::Name& name);
+
+/// The sounding chord of a name read relative to the capo ("D" for C with capo 2).
+SChordPtr soundingChord(const TARVChordNaming::Name& name, const SStringedInstrumentTuning& tuning);
+
+/// "capo 3: C F G Am (cost 2.10)".
+std::string capoChoiceText(const TARVProgression::CapoChoice& choice);
+
+/// "2 decimals, no minus zero".
+std::string decimalText(double value);
 
 /// "rank 1, score 0.49", with the generator's badness when it has one.
 std::string rankSummary(const TARVPlayableShape& shape, std::size_t rank);
 /// Each term of the shape's score: "reach 1.2 × 0.3 = 0.36", the largest contributions first.
 std::vector<std::string> termLines(const TARVPlayableShape& shape);
+
+/// The notes `shape` sounds on `tuning` with its capo, from string 0 up.
+std::vector<SNote> soundingNotes(const TARVPlayableShape& shape,
+                                 const SStringedInstrumentTuning& tuning);
 
 /// The texts of `notes`, in their order.
 std::vector<std::string> noteTexts(const std::vector<SNote>& notes);

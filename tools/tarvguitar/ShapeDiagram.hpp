@@ -49,10 +49,15 @@ struct ShapeDiagram {
     int rowCount = 4;
     /// The fret-number text of the shape (see `fretTextForShape`).
     std::string fretText;
+    /// Mirrored for a left-handed player: the lowest-pitched string on the right.
+    bool leftHanded = false;
+    /// The fret of the capo, 0 for none; the frets of the diagram count from it.
+    int capo = 0;
 
     /// The column of `string`, 0 being the leftmost.
     int columnForString(std::uint8_t string) const noexcept {
-        return static_cast<int>(stringCount) - 1 - static_cast<int>(string);
+        return leftHanded ? static_cast<int>(string)
+                          : static_cast<int>(stringCount) - 1 - static_cast<int>(string);
     }
 };
 

@@ -68,9 +68,12 @@ std::string xmlEscaped(const std::string& text) {
 }
 
 SvgFormatter::Cell SvgFormatter::cellFor(const TARVPlayableShape& shape, std::uint8_t stringCount,
-                                         std::string summary) {
+                                         std::string summary, int capo,
+                                         const std::string& caption) const {
     Cell cell;
-    cell.diagram = TARVDiagramSVG::svgForShape(shape, stringCount);
+    TARVDiagramOptions options = _diagramOptions;
+    options.capo = static_cast<std::uint8_t>(capo);
+    cell.diagram = TARVDiagramSVG::svgForShape(shape, stringCount, options, caption);
     const auto attribute = [&](const std::string& name) {
         const std::size_t start = cell.diagram.find(name + "=\"");
         return start == std::string::npos
@@ -89,8 +92,8 @@ void SvgFormatter::writeChordShapes(const ChordShapesAnswer& answer,
     std::vector<Cell> cells;
     cells.reserve(answer.shapes.size());
     for (std::size_t i = 0; i < answer.shapes.size(); ++i) {
-        cells.push_back(
-            cellFor(answer.shapes[i], tuning.stringCount(), rankSummary(answer.shapes[i], i + 1)));
+        cells.push_back(cellFor(answer.shapes[i], tuning.stringCount(),
+                                rankSummary(answer.shapes[i], i + 1), tuning.capo()));
     }
     std::string subtitle;
     if (answer.generatedCount == 0) {
@@ -103,19 +106,21 @@ void SvgFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                    (answer.generatedCount == 1 ? " shape in " : " shapes in ") +
                    tuningSummary(tuning, _instrumentName);
     }
-    addSection(answer.chord->symbol(), subtitle, cells);
+    addSection(chordTitle(answer.chord, tuning), subtitle, cells);
 }
 
 void SvgFormatter::writeNotation(const NotationAnswer& answer,
                                  const SStringedInstrumentTuning* tuning) {
     Cell cell = cellFor(answer.shape, answer.fretText.stringCount,
-                        "fingers " + answer.shape.fingering().text());
+                        "fingers " + answer.shape.fingering().text(),
+                        tuning != nullptr ? tuning->capo() : 0);
     std::string subtitle = "chord shape";
     if (tuning != nullptr) {
-        std::vector<std::string> notes =
-            noteTexts(answer.shape.chordShape()->notesInTuning(*tuning));
+        std::vector<std::string> notes = noteTexts(soundingNotes(answer.shape, *tuning));
         std::reverse(notes.begin(), notes.end());
-        std::string text = "notes";
+        std::string text = tuning->capo() > 0
+                               ? "notes with the capo at fret " + std::to_string(tuning->capo())
+                               : std::string("notes");
         for (const std::string& note : notes) {
             text += " " + note;
         }
@@ -123,6 +128,69 @@ void SvgFormatter::writeNotation(const NotationAnswer& answer,
         subtitle += " in " + tuningSummary(*tuning, _instrumentName);
     }
     addSection(answer.fretText.notation, subtitle, {cell});
+}
+
+void SvgFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) {
+    std::string summary;
+    if (answer.names.empty()) {
+        summary = "no chord name";
+    }
+    // The best names; the text and JSON formats list them all.
+    constexpr std::size_t kNamesShown = 3;
+    for (std::size_t i = 0; i < answer.names.size() && i < kNamesShown; ++i) {
+        summary += (i > 0 ? ", " : "") + nameText(answer.names[i]);
+    }
+    Cell cell = cellFor(answer.shape, answer.fretText.stringCount,
+                        "fingers " + answer.shape.fingering().text(), tuning.capo(),
+                        answer.names.empty() ? std::string() : answer.names.front().symbol);
+    cell.notes = summary;
+    if (tuning.capo() > 0 && !answer.names.empty()) {
+        const SChordPtr sounding = soundingChord(answer.names.front(), tuning);
+        *cell.notes += " (sounds as " + (sounding ? sounding->name() : std::string("?")) + ")";
+    }
+    addSection(answer.fretText.notation, "chord names in " + tuningSummary(tuning, _instrumentName),
+               {cell});
+}
+
+void SvgFormatter::writeProgression(const ProgressionAnswer& answer) {
+    const SStringedInstrumentTuning& tuning = *answer.tuning;
+    std::string chords;
+    for (const SChordPtr& chord : answer.chords) {
+        chords += (chords.empty() ? "" : " ") + chord->name();
+    }
+    std::string capoLine;
+    for (std::size_t i = 0; i < answer.capoChoices.size() && i < answer.capoChoicesShown; ++i) {
+        capoLine += (i > 0 ? "; " : "") + capoChoiceText(answer.capoChoices[i]);
+    }
+    if (answer.arrangements.empty()) {
+        addSection(chords, "no playable arrangement in " + tuningSummary(tuning, _instrumentName),
+                   {});
+        return;
+    }
+    for (std::size_t k = 0; k < answer.arrangements.size(); ++k) {
+        const TARVProgression::Arrangement& arrangement = answer.arrangements[k];
+        std::vector<Cell> cells;
+        for (std::size_t i = 0; i < arrangement.shapes.size(); ++i) {
+            const SChordPtr played = playedChord(answer.chords[i], tuning);
+            const std::string name = played ? played->name() : answer.chords[i]->name();
+            Cell cell = cellFor(
+                arrangement.shapes[i], tuning.stringCount(),
+                "score " + decimalText(arrangement.shapes[i].score()) +
+                    (i > 0 ? ", move " + decimalText(arrangement.movements[i]) : std::string()),
+                tuning.capo(), name);
+            if (tuning.capo() > 0) {
+                cell.notes = "sounds as " + answer.chords[i]->name();
+            }
+            cells.push_back(std::move(cell));
+        }
+        std::string subtitle =
+            (k == 0 ? std::string("best") : "alternative " + std::to_string(k + 1)) + ", cost " +
+            decimalText(arrangement.cost) + ", " + tuningSummary(tuning, _instrumentName);
+        if (k == 0 && !capoLine.empty()) {
+            subtitle += " | " + capoLine;
+        }
+        addSection(chords, subtitle, cells);
+    }
 }
 
 void SvgFormatter::addSection(const std::string& title, const std::string& subtitle,

@@ -23,6 +23,8 @@ public:
                           const SStringedInstrumentTuning& tuning) override;
     void writeNotation(const NotationAnswer& answer,
                        const SStringedInstrumentTuning* tuning) override;
+    void writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) override;
+    void writeProgression(const ProgressionAnswer& answer) override;
     /// Writes the document; nothing is written before.
     void end() override;
 
@@ -36,8 +38,8 @@ private:
         std::string summary;
         std::optional<std::string> notes;
     };
-    static Cell cellFor(const TARVPlayableShape& shape, std::uint8_t stringCount,
-                        std::string summary);
+    Cell cellFor(const TARVPlayableShape& shape, std::uint8_t stringCount, std::string summary,
+                 int capo = 0, const std::string& caption = {}) const;
     void addSection(const std::string& title, const std::string& subtitle,
                     const std::vector<Cell>& cells);
 

@@ -67,8 +67,13 @@ std::string rowLine(const ShapeDiagram& diagram, const BoxGlyphs& glyphs, int ro
         if (barre.row != row) {
             continue;
         }
-        const auto first = static_cast<std::size_t>(2 * diagram.columnForString(barre.highString));
-        const auto last = static_cast<std::size_t>(2 * diagram.columnForString(barre.lowString));
+        // The bass side may lie on either hand.
+        const auto first =
+            static_cast<std::size_t>(2 * std::min(diagram.columnForString(barre.highString),
+                                                  diagram.columnForString(barre.lowString)));
+        const auto last =
+            static_cast<std::size_t>(2 * std::max(diagram.columnForString(barre.highString),
+                                                  diagram.columnForString(barre.lowString)));
         for (std::size_t column = first; column <= last; ++column) {
             line[column] = (column == first || column == last) ? fingerGlyph(barre.finger, glyphs)
                                                                : glyphs.barre;
@@ -121,7 +126,11 @@ const BoxGlyphs& BoxGlyphs::unicode() {
                                   "●",
                                   "━",
                                   "x",
-                                  "o"};
+                                  "o",
+                                  "║",
+                                  "┼",
+                                  "─",
+                                  "┃"};
     return glyphs;
 }
 
@@ -134,7 +143,11 @@ const BoxGlyphs& BoxGlyphs::ascii() {
                                   "*",
                                   "=",
                                   "x",
-                                  "o"};
+                                  "o",
+                                  "#",
+                                  "|",
+                                  "-",
+                                  "I"};
     return glyphs;
 }
 
@@ -148,6 +161,9 @@ std::vector<std::string> chordBoxLines(const ShapeDiagram& diagram, const BoxGly
     std::vector<std::string> lines;
     lines.push_back(markerLine(diagram, glyphs));
     lines.push_back(horizontalLine(diagram, diagram.atNut ? glyphs.nut : glyphs.top));
+    if (diagram.capo > 0) {
+        lines.back() += " capo " + std::to_string(diagram.capo);
+    }
     for (int row = 0; row < diagram.rowCount; ++row) {
         std::string line = rowLine(diagram, glyphs, row);
         if (row == 0 && !diagram.atNut) {
@@ -157,6 +173,77 @@ std::vector<std::string> chordBoxLines(const ShapeDiagram& diagram, const BoxGly
         lines.push_back(std::move(line));
         lines.push_back(
             horizontalLine(diagram, row + 1 == diagram.rowCount ? glyphs.bottom : glyphs.wire));
+    }
+    return lines;
+}
+
+std::vector<std::string> chordLinesAcross(const ShapeDiagram& diagram, const BoxGlyphs& glyphs) {
+    // Each fret is a cell of three columns and a wire: "─1─┼".
+    constexpr std::size_t kCellWidth = 4;
+    std::vector<std::string> lines;
+    const std::size_t cells = static_cast<std::size_t>(std::max(diagram.rowCount, 0));
+    std::string header;
+    if (!diagram.atNut || diagram.capo > 0) {
+        std::string label =
+            diagram.atNut ? std::string() : std::to_string(diagram.firstFret) + "fr";
+        if (diagram.capo > 0) {
+            label +=
+                (label.empty() ? "" : ", ") + std::string("capo ") + std::to_string(diagram.capo);
+        }
+        header =
+            diagram.leftHanded
+                ? std::string(
+                      std::max<std::size_t>(cells * kCellWidth, label.size()) - label.size(), ' ') +
+                      label
+                : "   " + label;
+    }
+    lines.push_back(header);
+    for (std::uint8_t string = 0; string < diagram.stringCount; ++string) {
+        std::vector<std::string> cellTexts(cells, std::string(glyphs.acrossString) +
+                                                      glyphs.acrossString + glyphs.acrossString);
+        const auto place = [&](int row, const char* glyph) {
+            if (row >= 0 && static_cast<std::size_t>(row) < cells) {
+                cellTexts[static_cast<std::size_t>(row)] =
+                    std::string(glyphs.acrossString) + glyph + glyphs.acrossString;
+            }
+        };
+        for (const DiagramBarre& barre : diagram.barres) {
+            if (string >= barre.lowString && string <= barre.highString) {
+                const bool end = string == barre.lowString || string == barre.highString;
+                place(barre.row, end ? fingerGlyph(barre.finger, glyphs) : glyphs.acrossBarre);
+            }
+        }
+        for (const DiagramDot& dot : diagram.dots) {
+            if (dot.string == string) {
+                place(dot.row, fingerGlyph(dot.finger, glyphs));
+            }
+        }
+        const char* marker = " ";
+        switch (diagram.markers[string]) {
+        case StringMarker::Muted:
+            marker = glyphs.muted;
+            break;
+        case StringMarker::Open:
+            marker = glyphs.open;
+            break;
+        case StringMarker::Fretted:
+            break;
+        }
+        const char* edge = diagram.atNut ? glyphs.acrossNut : glyphs.acrossWire;
+        std::string line;
+        if (diagram.leftHanded) {
+            // The nut on the right, frets counting leftwards.
+            for (std::size_t cell = cells; cell-- > 0;) {
+                line += std::string(glyphs.acrossWire) + cellTexts[cell];
+            }
+            line += std::string(edge) + " " + marker;
+        } else {
+            line = std::string(marker) + " " + edge;
+            for (const std::string& cellText : cellTexts) {
+                line += cellText + glyphs.acrossWire;
+            }
+        }
+        lines.push_back(rightTrimmed(std::move(line)));
     }
     return lines;
 }
@@ -211,10 +298,13 @@ TextFormatter::TextFormatter(std::ostream& out, bool ascii)
     : _out(out), _glyphs(ascii ? BoxGlyphs::ascii() : BoxGlyphs::unicode()) {}
 
 std::vector<std::string> TextFormatter::shapeBlock(const TARVPlayableShape& shape,
-                                                   std::uint8_t stringCount,
-                                                   std::size_t rank) const {
-    const ShapeDiagram diagram = diagramForShape(shape, stringCount);
-    std::vector<std::string> block = chordBoxLines(diagram, _glyphs);
+                                                   std::uint8_t stringCount, std::size_t rank,
+                                                   int capo) const {
+    ShapeDiagram diagram = diagramForShape(shape, stringCount);
+    diagram.leftHanded = _diagramOptions.leftHanded;
+    diagram.capo = capo;
+    std::vector<std::string> block = _diagramOptions.horizontal ? chordLinesAcross(diagram, _glyphs)
+                                                                : chordBoxLines(diagram, _glyphs);
     block.push_back(diagram.fretText);
     if (rank > 0) {
         block.push_back(rankSummary(shape, rank));
@@ -224,7 +314,7 @@ std::vector<std::string> TextFormatter::shapeBlock(const TARVPlayableShape& shap
 
 void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                      const SStringedInstrumentTuning& tuning) {
-    const std::string& symbol = answer.chord->symbol();
+    const std::string symbol = chordTitle(answer.chord, tuning);
     if (answer.generatedCount == 0) {
         _out << symbol << ": no playable shape in " << tuningSummary(tuning, _instrumentName)
              << "\n\n";
@@ -243,7 +333,7 @@ void TextFormatter::writeChordShapes(const ChordShapesAnswer& answer,
     std::vector<std::vector<std::string>> blocks;
     blocks.reserve(answer.shapes.size());
     for (std::size_t i = 0; i < answer.shapes.size(); ++i) {
-        blocks.push_back(shapeBlock(answer.shapes[i], tuning.stringCount(), i + 1));
+        blocks.push_back(shapeBlock(answer.shapes[i], tuning.stringCount(), i + 1, tuning.capo()));
     }
     for (const std::string& line : sideBySide(blocks, kLineWidth)) {
         _out << line << "\n";
@@ -269,20 +359,101 @@ void TextFormatter::writeNotation(const NotationAnswer& answer,
         _out << " in " << tuningSummary(*tuning, _instrumentName);
     }
     _out << "\n\n";
-    std::vector<std::string> block = shapeBlock(answer.shape, answer.fretText.stringCount, 0);
+    std::vector<std::string> block = shapeBlock(answer.shape, answer.fretText.stringCount, 0,
+                                                tuning != nullptr ? tuning->capo() : 0);
     block.push_back("fingers " + answer.shape.fingering().text());
     if (tuning != nullptr) {
         // Lowest string first, the way the box reads from left to right.
-        std::vector<std::string> notes =
-            noteTexts(answer.shape.chordShape()->notesInTuning(*tuning));
+        std::vector<std::string> notes = noteTexts(soundingNotes(answer.shape, *tuning));
         std::reverse(notes.begin(), notes.end());
-        block.push_back("notes " +
+        block.push_back((tuning->capo() > 0
+                             ? "notes with the capo at fret " + std::to_string(tuning->capo()) + " "
+                             : std::string("notes ")) +
                         (notes.empty() ? std::string("(none)") : joinedWithSpaces(notes)));
     }
     for (const std::string& line : block) {
         _out << line << "\n";
     }
     _out << "\n";
+}
+
+void TextFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) {
+    _out << "Shape " << answer.fretText.notation << " in " << tuningSummary(tuning, _instrumentName)
+         << "\n\n";
+    std::vector<std::string> block =
+        shapeBlock(answer.shape, answer.fretText.stringCount, 0, tuning.capo());
+    if (answer.names.empty()) {
+        block.emplace_back("no chord name: fewer than two notes sound");
+    }
+    for (std::size_t i = 0; i < answer.names.size(); ++i) {
+        std::string line = std::to_string(i + 1) + ". " + nameText(answer.names[i]);
+        if (tuning.capo() > 0) {
+            const SChordPtr sounding = soundingChord(answer.names[i], tuning);
+            line += " (sounds as " + (sounding ? sounding->name() : std::string("?")) + ")";
+        }
+        block.push_back(line);
+    }
+    for (const std::string& line : block) {
+        _out << line << "\n";
+    }
+    _out << "\n";
+}
+
+void TextFormatter::writeProgression(const ProgressionAnswer& answer) {
+    const SStringedInstrumentTuning& tuning = *answer.tuning;
+    std::string chords;
+    for (const SChordPtr& chord : answer.chords) {
+        chords += (chords.empty() ? "" : " ") + chord->name();
+    }
+    // With a capo the shapes are named as they are fingered, and the chords sound as given.
+    std::string played;
+    for (const SChordPtr& chord : answer.chords) {
+        const SChordPtr shape = playedChord(chord, tuning);
+        played += (played.empty() ? "" : " ") + (shape ? shape->name() : chord->name());
+    }
+    if (tuning.capo() > 0) {
+        played += " (sounds as " + chords + ")";
+    }
+    if (!answer.capoChoices.empty()) {
+        _out << chords << ": the best capo positions, the song sounding as written\n";
+        for (std::size_t i = 0; i < answer.capoChoices.size() && i < answer.capoChoicesShown; ++i) {
+            _out << "  " << capoChoiceText(answer.capoChoices[i]) << "\n";
+        }
+        _out << "\n";
+    }
+    if (answer.arrangements.empty()) {
+        _out << chords << ": no playable arrangement in " << tuningSummary(tuning, _instrumentName)
+             << "\n\n";
+        return;
+    }
+    for (std::size_t k = 0; k < answer.arrangements.size(); ++k) {
+        const TARVProgression::Arrangement& arrangement = answer.arrangements[k];
+        _out << (k == 0 ? std::string("Best") : "Alternative " + std::to_string(k + 1)) << ": "
+             << played << " in " << tuningSummary(tuning, _instrumentName) << ", cost "
+             << decimalText(arrangement.cost) << "\n\n";
+        std::vector<std::vector<std::string>> blocks;
+        for (std::size_t i = 0; i < arrangement.shapes.size(); ++i) {
+            const SChordPtr shapeChord = playedChord(answer.chords[i], tuning);
+            std::vector<std::string> block{shapeChord ? shapeChord->name()
+                                                      : answer.chords[i]->name()};
+            if (tuning.capo() > 0) {
+                block.push_back("sounds as " + answer.chords[i]->name());
+            }
+            for (std::string& line :
+                 shapeBlock(arrangement.shapes[i], tuning.stringCount(), 0, tuning.capo())) {
+                block.push_back(std::move(line));
+            }
+            block.push_back("score " + decimalText(arrangement.shapes[i].score()));
+            if (i > 0) {
+                block.push_back("move " + decimalText(arrangement.movements[i]));
+            }
+            blocks.push_back(std::move(block));
+        }
+        for (const std::string& line : sideBySide(blocks, kLineWidth)) {
+            _out << line << "\n";
+        }
+        _out << "\n";
+    }
 }
 
 void writeChordReadingText(std::ostream& out, const SChord& chord) {

@@ -23,6 +23,12 @@ struct BoxGlyphs {
     const char* barre;
     const char* muted;
     const char* open;
+    /// The neck drawn across: the nut, a fret wire, a string between frets, and a barre crossing
+    /// a string.
+    const char* acrossNut;
+    const char* acrossWire;
+    const char* acrossString;
+    const char* acrossBarre;
 
     /// Box-drawing characters.
     static const BoxGlyphs& unicode();
@@ -34,6 +40,12 @@ struct BoxGlyphs {
 /// the first fret written beside the first row when the box starts above the nut, and the fret
 /// rows. Every line holds single-column characters only; lines carry no trailing blanks.
 std::vector<std::string> chordBoxLines(const ShapeDiagram& diagram, const BoxGlyphs& glyphs);
+
+/// The lines of `diagram` with the neck drawn across, as tablature reads: one line per string,
+/// the highest-pitched string on top, the muted and open markers before the nut (after it when
+/// mirrored), and the first fret written above the first column when the diagram starts above
+/// the nut.
+std::vector<std::string> chordLinesAcross(const ShapeDiagram& diagram, const BoxGlyphs& glyphs);
 
 /// The number of terminal columns `text` takes (UTF-8, every character one column wide).
 std::size_t displayWidth(const std::string& text);
@@ -52,11 +64,13 @@ public:
                           const SStringedInstrumentTuning& tuning) override;
     void writeNotation(const NotationAnswer& answer,
                        const SStringedInstrumentTuning* tuning) override;
+    void writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) override;
+    void writeProgression(const ProgressionAnswer& answer) override;
 
 private:
     /// The box, the frets and, for `rank` above 0, the rank and score.
     std::vector<std::string> shapeBlock(const TARVPlayableShape& shape, std::uint8_t stringCount,
-                                        std::size_t rank) const;
+                                        std::size_t rank, int capo = 0) const;
 
     std::ostream& _out;
     const BoxGlyphs& _glyphs;

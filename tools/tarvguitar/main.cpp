@@ -11,8 +11,10 @@
 #include "tarv/cache/TARVDataZLib.hpp"
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVChordNaming.hpp"
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 #include "tarv/ranking/TARVPlayableShapes.hpp"
+#include "tarv/ranking/TARVProgression.hpp"
 #include "tarv/ranking/TARVShapeQuery.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
@@ -75,6 +77,8 @@ struct InstrumentOptions {
     std::string tuningName;
     int fretCount = 0;
     int capo = 0;
+    /// With `allowCapoAuto`: "auto", or empty for a number in `capo`.
+    std::string capoText;
     CLI::Option* pitchesOption = nullptr;
     CLI::Option* customNameOption = nullptr;
     CLI::Option* settingsOption = nullptr;
@@ -83,7 +87,7 @@ struct InstrumentOptions {
     CLI::Option* fretCountOption = nullptr;
     CLI::Option* capoOption = nullptr;
 
-    void addTo(CLI::App& command) {
+    void addTo(CLI::App& command, bool allowCapoAuto = false) {
         pitchesOption =
             command
                 .add_option("--tuning", pitches,
@@ -123,9 +127,32 @@ struct InstrumentOptions {
                                           "Frets on the neck (default 22, or the "
                                           "instrument's)")
                               ->check(CLI::Range(0, kMaximumByte));
-        capoOption = command.add_option("--capo", capo, "Fret of the capo, 0 for none (default 0)")
-                         ->check(CLI::Range(0, kMaximumByte));
+        const std::string capoHelp =
+            "Fret of the capo, 0 for none (default 0). The chords sound as written; frets count "
+            "from the capo, and diagrams name each shape as it is fingered relative to the capo, "
+            "with the chord that sounds beside it";
+        if (allowCapoAuto) {
+            capoOption =
+                command
+                    .add_option("--capo", capoText,
+                                capoHelp + "; auto tries the capo at frets 0 to 7 and keeps the "
+                                           "easiest, the song sounding as written")
+                    ->type_name("N|auto")
+                    ->check(CLI::Validator(
+                        [](std::string& value) -> std::string {
+                            if (value == "auto") {
+                                return {};
+                            }
+                            return CLI::Range(0, kMaximumByte)(value);
+                        },
+                        "N|auto"));
+        } else {
+            capoOption =
+                command.add_option("--capo", capo, capoHelp)->check(CLI::Range(0, kMaximumByte));
+        }
     }
+
+    bool capoAuto() const { return capoOption->count() > 0 && capoText == "auto"; }
 
     bool fromSettings() const {
         return settingsOption->count() > 0 || instrumentOption->count() > 0 ||
@@ -140,20 +167,24 @@ struct InstrumentOptions {
     /// The tuning the options describe, with the name of its instrument when it comes from a
     /// settings file. Throws InputError.
     ChosenTuning tuning() const {
+        int capoFret = capo;
+        if (!capoText.empty()) {
+            capoFret = capoText == "auto" ? 0 : std::stoi(capoText);
+        }
         if (fromSettings()) {
             InstrumentChoice choice;
             setIfGiven(settingsOption, choice.settingsPath, settingsPath);
             setIfGiven(instrumentOption, choice.instrument, instrumentName);
             setIfGiven(tuningNameOption, choice.tuning, tuningName);
             setIfGiven(fretCountOption, choice.fretCount, fretCount);
-            setIfGiven(capoOption, choice.capo, capo);
+            setIfGiven(capoOption, choice.capo, capoFret);
             return tuningForChoice(choice);
         }
         TuningRequest request;
         setIfGiven(pitchesOption, request.pitches, pitches);
         setIfGiven(customNameOption, request.name, customName);
         setIfGiven(fretCountOption, request.fretCount, fretCount);
-        setIfGiven(capoOption, request.capo, capo);
+        setIfGiven(capoOption, request.capo, capoFret);
         return {tuningForRequest(request), std::string()};
     }
 
@@ -166,6 +197,16 @@ private:
         }
     }
 };
+
+/// --left-handed and --horizontal, for the text and SVG diagrams.
+void addDiagramOptions(CLI::App& command, TARVDiagramOptions& options) {
+    command.add_flag("--left-handed", options.leftHanded,
+                     "Mirror the diagrams for a left-handed player: the lowest-pitched string on "
+                     "the right (text and svg; json is unchanged)");
+    command.add_flag("--horizontal", options.horizontal,
+                     "Draw the neck across, as tablature reads: the highest-pitched string on top "
+                     "(text and svg; json is unchanged)");
+}
 
 std::unique_ptr<OutputFormatter> formatterFor(const std::string& format, bool ascii) {
     if (format == "json") {
@@ -207,6 +248,24 @@ std::shared_ptr<const SChord> readChord(std::string_view symbol) {
     return chord;
 }
 
+/// The fret text `text`, checked against `tuning` when there is one. Throws InputError.
+FretText fretTextForTuning(const std::string& text, const SStringedInstrumentTuning* tuning) {
+    FretText fretText = readFretText(text);
+    if (tuning != nullptr && fretText.stringCount != tuning->stringCount()) {
+        throw InputError("the fret text \"" + text + "\" has " +
+                         std::to_string(fretText.stringCount) + " strings but the tuning has " +
+                         std::to_string(tuning->stringCount()));
+    }
+    // Frets count from the capo.
+    if (tuning != nullptr && fretText.highestFret + tuning->capo() > tuning->fretCount()) {
+        throw InputError("the fret text \"" + text + "\" reaches fret " +
+                         std::to_string(fretText.highestFret) + " but the neck has " +
+                         std::to_string(tuning->fretCount() - tuning->capo()) +
+                         (tuning->capo() > 0 ? " frets above the capo" : " frets"));
+    }
+    return fretText;
+}
+
 /// The shape of a fret text with its fingering (no chord is named, so it has no score).
 TARVPlayableShape shapeForFretText(const FretText& text) {
     const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text.notation);
@@ -229,6 +288,7 @@ struct ShapesCommand {
     static constexpr std::size_t kMaximumLimit = 1000;
     std::string format = "text";
     bool ascii = false;
+    TARVDiagramOptions diagram;
 
     int run() const {
         ChosenTuning chosen;
@@ -252,6 +312,7 @@ struct ShapesCommand {
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
         formatter->setExplain(explain);
+        formatter->setDiagramOptions(diagram);
         bool badInput = false;
         formatter->begin();
         forEachSymbol(chords, [&](std::string_view symbol) {
@@ -280,6 +341,7 @@ struct NotationCommand {
     InstrumentOptions instrument;
     std::string format = "text";
     bool ascii = false;
+    TARVDiagramOptions diagram;
 
     int run() const {
         ChosenTuning chosen;
@@ -294,24 +356,13 @@ struct NotationCommand {
         const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
         bool badInput = false;
         formatter->begin();
         for (const std::string& text : fretTexts) {
             NotationAnswer answer;
             try {
-                answer.fretText = readFretText(text);
-                if (tuning && answer.fretText.stringCount != tuning->stringCount()) {
-                    throw InputError("the fret text \"" + text + "\" has " +
-                                     std::to_string(answer.fretText.stringCount) +
-                                     " strings but the tuning has " +
-                                     std::to_string(tuning->stringCount()));
-                }
-                if (tuning && answer.fretText.highestFret > tuning->fretCount()) {
-                    throw InputError("the fret text \"" + text + "\" reaches fret " +
-                                     std::to_string(answer.fretText.highestFret) +
-                                     " but the neck has " + std::to_string(tuning->fretCount()) +
-                                     " frets");
-                }
+                answer.fretText = fretTextForTuning(text, tuning.get());
             } catch (const InputError& error) {
                 report(error.what());
                 badInput = true;
@@ -323,6 +374,129 @@ struct NotationCommand {
         }
         formatter->end();
         return badInput ? kExitBadInput : 0;
+    }
+};
+
+/// `name`: the chords a shape can be, best first.
+struct NameCommand {
+    std::vector<std::string> fretTexts;
+    InstrumentOptions instrument;
+    std::size_t limit = 0;
+    CLI::Option* limitOption = nullptr;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+
+    int run() const {
+        ChosenTuning chosen;
+        try {
+            chosen = instrument.tuning();
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
+        // A shape is named as it is fingered, relative to the capo, as chord sheets name it.
+        const auto asWritten = TARVProgression::tuningWithCapo(tuning, 0);
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
+        bool badInput = false;
+        formatter->begin();
+        for (const std::string& text : fretTexts) {
+            NamesAnswer answer;
+            try {
+                answer.fretText = fretTextForTuning(text, tuning.get());
+            } catch (const InputError& error) {
+                report(error.what());
+                badInput = true;
+                continue;
+            }
+            answer.shape = shapeForFretText(answer.fretText);
+            answer.names = TARVChordNaming::namesForFrets(answer.shape.frets(), asWritten);
+            if (limitOption->count() > 0 && answer.names.size() > limit) {
+                answer.names.resize(limit);
+            }
+            formatter->writeNames(answer, *tuning);
+            std::cout.flush();
+        }
+        formatter->end();
+        return badInput ? kExitBadInput : 0;
+    }
+};
+
+/// `progression`: one shape per chord, chosen for the whole progression.
+struct ProgressionCommand {
+    std::vector<std::string> chordTexts;
+    InstrumentOptions instrument;
+    std::size_t alternatives = 1;
+    std::size_t candidates = TARVProgressionOptions().candidates;
+    int transpose = 0;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+    static constexpr std::size_t kMaximumAlternatives = 20;
+    static constexpr std::size_t kMaximumCandidates = 40;
+    static constexpr int kMaximumTranspose = 24;
+
+    int run() const {
+        std::vector<SChordPtr> chords;
+        bool badInput = false;
+        for (const std::string& text : chordTexts) {
+            std::string_view rest = text;
+            // Symbols are separated by blanks; bar lines are left out.
+            while (!rest.empty()) {
+                const std::size_t start = rest.find_first_not_of(" \t,|");
+                if (start == std::string_view::npos) {
+                    break;
+                }
+                rest.remove_prefix(start);
+                const std::size_t end = std::min(rest.find_first_of(" \t,|"), rest.size());
+                const SChordPtr chord = readChord(rest.substr(0, end));
+                badInput = badInput || !chord;
+                chords.push_back(chord);
+                rest.remove_prefix(end);
+            }
+        }
+        if (badInput) {
+            return kExitBadInput;
+        }
+        if (chords.empty()) {
+            report("the progression holds no chord");
+            return kExitBadInput;
+        }
+        for (SChordPtr& chord : chords) {
+            chord = TARVChordNaming::transposedChord(chord, transpose);
+        }
+        ChosenTuning chosen;
+        try {
+            chosen = instrument.tuning();
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        TARVProgressionOptions options;
+        options.alternatives = alternatives;
+        options.candidates = candidates;
+        ProgressionAnswer answer;
+        answer.chords = chords;
+        answer.tuning = chosen.tuning;
+        if (instrument.capoAuto()) {
+            answer.capoChoices = TARVProgression::capoChoices(chords, chosen.tuning, options);
+            if (!answer.capoChoices.empty()) {
+                answer.tuning =
+                    TARVProgression::tuningWithCapo(chosen.tuning, answer.capoChoices.front().capo);
+            }
+        }
+        answer.arrangements = TARVProgression::arrangements(chords, answer.tuning, options);
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
+        formatter->begin();
+        formatter->writeProgression(answer);
+        formatter->end();
+        std::cout.flush();
+        return 0;
     }
 };
 
@@ -618,6 +792,7 @@ int main(int argc, char** argv) {
                              ->check(CLI::Range(std::size_t{0}, ShapesCommand::kMaximumLimit))
                              ->type_name("N");
     addFormatOptions(*shapesCommand, shapes.format, &shapes.ascii, {"text", "json", "svg"});
+    addDiagramOptions(*shapesCommand, shapes.diagram);
 
     NotationCommand notation;
     CLI::App* notationCommand =
@@ -631,6 +806,64 @@ int main(int argc, char** argv) {
     notationCommand->footer("With --tuning, --instrument, --tuning-name, --settings, --frets or "
                             "--capo the instrument and the notes the shape sounds are shown too.");
     addFormatOptions(*notationCommand, notation.format, &notation.ascii, {"text", "json", "svg"});
+    addDiagramOptions(*notationCommand, notation.diagram);
+
+    NameCommand name;
+    CLI::App* nameCommand = app.add_subcommand("name", "The chords a shape can be, best first");
+    nameCommand
+        ->add_option("FRETS", name.fretTexts,
+                     "Frets from the lowest string to the highest, x for a muted string: "
+                     "\"x,3,2,0,1,0\" (or x32010 when every fret has one digit)")
+        ->required();
+    name.instrument.addTo(*nameCommand);
+    name.limitOption = nameCommand->add_option("--limit", name.limit, "Show at most N names")
+                           ->check(CLI::Range(std::size_t{0}, std::size_t{1000}))
+                           ->type_name("N");
+    addFormatOptions(*nameCommand, name.format, &name.ascii, {"text", "json", "svg"});
+    addDiagramOptions(*nameCommand, name.diagram);
+    nameCommand->footer(
+        "Names are read from the chord qualities the library knows: root position first, then "
+        "inversions as slash chords (C/E), then chords over an added bass (D/C), rootless "
+        "readings last; tones a chord may leave out are listed as \"no G\". With --capo the "
+        "shape is named as it is fingered, relative to the capo, and the chord that sounds is "
+        "shown beside it.\nExit status 2 when a fret text or the tuning cannot be read.");
+
+    ProgressionCommand progression;
+    CLI::App* progressionCommand = app.add_subcommand(
+        "progression", "One shape per chord, chosen so that the whole progression is easy to play");
+    progressionCommand
+        ->add_option("CHORDS", progression.chordTexts,
+                     "The chords in order, in one argument or several (\"C Am F G\")")
+        ->required();
+    progression.instrument.addTo(*progressionCommand, true);
+    progressionCommand
+        ->add_option("--alternatives", progression.alternatives,
+                     "Show the K best whole progressions (default 1)")
+        ->check(CLI::Range(std::size_t{1}, ProgressionCommand::kMaximumAlternatives))
+        ->type_name("K");
+    progressionCommand
+        ->add_option("--candidates", progression.candidates,
+                     "Choose among each chord's N best shapes (default " +
+                         std::to_string(progression.candidates) + ")")
+        ->check(CLI::Range(std::size_t{1}, ProgressionCommand::kMaximumCandidates))
+        ->type_name("N");
+    progressionCommand
+        ->add_option("--transpose", progression.transpose,
+                     "Move every chord by N semitones first (negative: down)")
+        ->check(CLI::Range(-ProgressionCommand::kMaximumTranspose,
+                           ProgressionCommand::kMaximumTranspose))
+        ->type_name("N");
+    addFormatOptions(*progressionCommand, progression.format, &progression.ascii,
+                     {"text", "json", "svg"});
+    addDiagramOptions(*progressionCommand, progression.diagram);
+    progressionCommand->footer(
+        "The cost of a progression is the sum of its shapes' scores and of the movement between "
+        "neighbours: frets the hand travels, fingers lifted, new notes and the semitones the "
+        "voices move. It is least among each chord's best --candidates shapes (an exact dynamic "
+        "program). With --capo auto the chords sound as written and the capo positions 0 to 7 "
+        "are compared, a capo costing 0.4 a fret; the best three are listed and the best is "
+        "drawn, its shapes named relative to the capo.\nExit status 2 when a chord symbol, the "
+        "tuning or an option cannot be read.");
 
     ChordCommand chord;
     CLI::App* chordCommand = app.add_subcommand(
@@ -734,6 +967,12 @@ int main(int argc, char** argv) {
         }
         if (notationCommand->parsed()) {
             return notation.run();
+        }
+        if (nameCommand->parsed()) {
+            return name.run();
+        }
+        if (progressionCommand->parsed()) {
+            return progression.run();
         }
         if (instrumentsCommand->parsed()) {
             return instruments.run();

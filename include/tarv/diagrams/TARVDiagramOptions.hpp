@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 namespace tarv {
 
 /// How chord diagrams are drawn.
@@ -10,6 +12,9 @@ struct TARVDiagramOptions {
     bool horizontal = false;
     /// Plain ASCII for text boxes instead of box-drawing characters.
     bool ascii = false;
+    /// The fret of the capo, 0 for none. The shape's frets count from it; the diagram draws the
+    /// capo across the strings in place of the nut and says "capo N".
+    std::uint8_t capo = 0;
 };
 
 } // namespace tarv
