@@ -112,6 +112,8 @@ std::string shapeSVG(const Shape& self, bool leftHanded, bool horizontal) {
     TARVDiagramOptions options;
     options.leftHanded = leftHanded;
     options.horizontal = horizontal;
+    // Frets count from the capo; the diagram draws it.
+    options.capo = self.tuning->capo();
     const py::gil_scoped_release release;
     return TARVDiagramSVG::svgForShape(self.shape, self.tuning->stringCount(), options,
                                        self.chord ? self.chord->symbol() : std::string());

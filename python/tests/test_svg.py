@@ -27,5 +27,14 @@ def test_svg_options_change_the_drawing():
         ElementTree.fromstring(text)
 
 
+def test_a_capo_is_drawn_and_named():
+    plain = tarvguitar.shapes("D")[0].svg()
+    with_capo = tarvguitar.shapes("D", capo=2)[0].svg()
+    assert "capo" not in plain
+    assert 'class="capo"' in with_capo
+    assert ">capo 2<" in with_capo
+    ElementTree.fromstring(with_capo)
+
+
 def test_notation_without_chord_draws_too():
     ElementTree.fromstring(tarvguitar.notation("x,3,2,0,1,0")._repr_svg_())

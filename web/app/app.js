@@ -19,6 +19,7 @@ const elements = {
     capo: document.getElementById('capo'),
     count: document.getElementById('count'),
     left: document.getElementById('left'),
+    across: document.getElementById('across'),
     message: document.getElementById('message'),
     status: document.getElementById('status'),
     diagrams: document.getElementById('diagrams'),
@@ -41,6 +42,7 @@ function readState() {
         capo: query.get('capo') ?? '0',
         count: query.get('n') ?? String(DEFAULT_COUNT),
         left: query.get('left') === '1',
+        across: query.get('across') === '1',
     };
 }
 
@@ -60,6 +62,7 @@ function showState(state) {
     elements.capo.value = state.capo;
     elements.count.value = state.count;
     elements.left.checked = state.left;
+    elements.across.checked = state.across;
     elements.customField.hidden = elements.tuning.value !== CUSTOM;
 }
 
@@ -73,6 +76,7 @@ function formState() {
         capo: elements.capo.value,
         count: elements.count.value,
         left: elements.left.checked,
+        across: elements.across.checked,
     };
 }
 
@@ -88,6 +92,7 @@ function writeQuery(state) {
     if (state.capo && state.capo !== '0') query.set('capo', state.capo);
     if (state.count && state.count !== String(DEFAULT_COUNT)) query.set('n', state.count);
     if (state.left) query.set('left', '1');
+    if (state.across) query.set('across', '1');
     const url = `${location.pathname}?${query}`;
     if (url !== `${location.pathname}${location.search}`) {
         history.replaceState(null, '', url);
@@ -189,7 +194,9 @@ function drawAnswer(answer, state, options) {
         const frets = fretText(shape);
         button.dataset.frets = frets;
         button.setAttribute('aria-label', `${chordName}, shape ${index + 1}: ${frets}. Play`);
-        button.innerHTML = library.svg(shape, { leftHanded: state.left, caption: chordName });
+        button.innerHTML = library.svg(shape, {
+            leftHanded: state.left, horizontal: state.across, capo: answer.tuning.capo, caption: chordName,
+        });
         const caption = document.createElement('span');
         caption.className = 'caption';
         caption.textContent = frets;
@@ -286,7 +293,7 @@ async function start() {
         if (Number(elements.capo.value) > Number(elements.capo.max)) elements.capo.value = '0';
         update();
     });
-    for (const field of [elements.tuning, elements.capo, elements.count, elements.left]) {
+    for (const field of [elements.tuning, elements.capo, elements.count, elements.left, elements.across]) {
         field.addEventListener('change', update);
     }
     elements.form.addEventListener('submit', (event) => {

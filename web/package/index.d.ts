@@ -109,6 +109,10 @@ export interface ShapesAnswer {
 export interface SvgOptions {
     /** Mirrored for a left-handed player: the lowest-pitched string on the right. */
     leftHanded?: boolean;
+    /** The neck drawn across, as tablature reads: the highest-pitched string on top. */
+    horizontal?: boolean;
+    /** The fret of the capo (the shape's frets count from it): drawn across the strings, with "capo N". */
+    capo?: number;
     /** A caption above the diagram, such as the chord's name. */
     caption?: string;
 }

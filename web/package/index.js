@@ -155,6 +155,7 @@ export class TARVGuitar {
 
     svg(shape, options = {}) {
         const request = { frets: fretText(shape), leftHanded: Boolean(options.leftHanded),
+            horizontal: Boolean(options.horizontal), capo: options.capo ?? null,
             caption: optionalText(options, 'caption') ?? '' };
         return call(this._module, 'tarv_web_svg', JSON.stringify(request)).svg;
     }

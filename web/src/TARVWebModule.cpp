@@ -169,9 +169,20 @@ std::string svgAnswer(const char* requestText) {
     const std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(perString);
     const TARVPlayableShape shape(perString, fingering.value_or(TARVFingering()), {});
     TARVDiagramOptions options;
-    const auto leftHanded = request.find("leftHanded");
-    options.leftHanded =
-        leftHanded != request.end() && leftHanded->is_boolean() && leftHanded->get<bool>();
+    const auto flag = [&](const char* name) {
+        const auto found = request.find(name);
+        return found != request.end() && found->is_boolean() && found->get<bool>();
+    };
+    options.leftHanded = flag("leftHanded");
+    options.horizontal = flag("horizontal");
+    const auto capo = request.find("capo");
+    if (capo != request.end() && !capo->is_null()) {
+        if (!capo->is_number_integer() || capo->get<std::int64_t>() < 0 ||
+            capo->get<std::int64_t>() > 255) {
+            throw InputError("the capo must be a whole number from 0 to 255");
+        }
+        options.capo = static_cast<std::uint8_t>(capo->get<std::int64_t>());
+    }
     return text(
         json{{"svg", TARVDiagramSVG::svgForShape(shape, fretText.stringCount, options,
                                                  textField(request, "caption").value_or(""))}});

@@ -55,6 +55,13 @@ describe('tarvguitar package', () => {
         assert.match(right, /^<\?xml|^<svg/);
         assert.match(right, /<\/svg>\s*$/);
         assert.notEqual(tarvguitar.svg(shape, { leftHanded: true }), right);
+        const across = tarvguitar.svg(shape, { horizontal: true });
+        const size = (svg) => svg.match(/width="([0-9.]+)" height="([0-9.]+)"/).slice(1).map(Number);
+        assert.ok(size(right)[1] > size(right)[0], 'upright: taller than wide');
+        assert.ok(size(across)[0] > size(across)[1], 'across: wider than tall');
+        assert.doesNotMatch(right, /capo/);
+        assert.match(tarvguitar.svg(shape, { capo: 2 }), /class="capo".*>capo 2</);
+        assert.throws(() => tarvguitar.svg(shape, { capo: -1 }), /capo must be a whole number/);
     });
 
     test('bad input throws TARVGuitarError with the reason, and the module keeps working', () => {

@@ -185,6 +185,19 @@ describe('chord-diagram page', () => {
         await context.close();
     });
 
+    test('the neck-across switch draws the neck across, and the URL keeps it', async () => {
+        const { context, page } = await openPage('?chord=G&across=1&capo=2');
+        await page.waitForSelector('#diagrams .chord-card > svg');
+        assert.equal(await page.isChecked('#across'), true);
+        const size = await page.$eval('#diagrams .chord-card > svg',
+            (element) => [Number(element.getAttribute('width')), Number(element.getAttribute('height'))]);
+        assert.ok(size[0] > size[1], `the diagram is ${size[0]} wide and ${size[1]} high`);
+        assert.match(await page.$eval('#diagrams .chord-card > svg', (element) => element.outerHTML),
+            />capo 2</);
+        await shot(page, '10-neck-across');
+        await context.close();
+    });
+
     test('keyboard only: tab to a diagram and play it with Enter', async () => {
         const { context, page } = await openPage('?chord=G');
         await page.waitForSelector('#diagrams .chord-card');
