@@ -146,7 +146,7 @@ void SvgFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrume
     cell.notes = summary;
     if (tuning.capo() > 0 && !answer.names.empty()) {
         const SChordPtr sounding = soundingChord(answer.names.front(), tuning);
-        *cell.notes += " (sounds as " + (sounding ? sounding->name() : std::string("?")) + ")";
+        *cell.notes += ", sounds as " + (sounding ? sounding->name() : std::string("?"));
     }
     addSection(answer.fretText.notation, "chord names in " + tuningSummary(tuning, _instrumentName),
                {cell});

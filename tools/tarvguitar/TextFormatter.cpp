@@ -383,13 +383,13 @@ void TextFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrum
     std::vector<std::string> block =
         shapeBlock(answer.shape, answer.fretText.stringCount, 0, tuning.capo());
     if (answer.names.empty()) {
-        block.emplace_back("no chord name: fewer than two notes sound");
+        block.emplace_back("no chord name: no chord the library knows has these notes");
     }
     for (std::size_t i = 0; i < answer.names.size(); ++i) {
         std::string line = std::to_string(i + 1) + ". " + nameText(answer.names[i]);
         if (tuning.capo() > 0) {
             const SChordPtr sounding = soundingChord(answer.names[i], tuning);
-            line += " (sounds as " + (sounding ? sounding->name() : std::string("?")) + ")";
+            line += ", sounds as " + (sounding ? sounding->name() : std::string("?"));
         }
         block.push_back(line);
     }
