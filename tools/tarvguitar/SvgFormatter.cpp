@@ -131,23 +131,22 @@ void SvgFormatter::writeNotation(const NotationAnswer& answer,
 }
 
 void SvgFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) {
-    std::string summary;
-    if (answer.names.empty()) {
-        summary = "no chord name";
-    }
-    // The best names; the text and JSON formats list them all.
+    // The best name with the chord it sounds as, then the next readings; the text and JSON
+    // formats list them all.
     constexpr std::size_t kNamesShown = 3;
-    for (std::size_t i = 0; i < answer.names.size() && i < kNamesShown; ++i) {
-        summary += (i > 0 ? ", " : "") + nameText(answer.names[i]);
+    std::string summary =
+        answer.names.empty() ? std::string("no chord name") : nameText(answer.names.front());
+    if (tuning.capo() > 0 && !answer.names.empty()) {
+        const SChordPtr sounding = soundingChord(answer.names.front(), tuning);
+        summary += " (sounds as " + (sounding ? sounding->name() : std::string("?")) + ")";
+    }
+    for (std::size_t i = 1; i < answer.names.size() && i < kNamesShown; ++i) {
+        summary += (i == 1 ? "; also " : ", ") + nameText(answer.names[i]);
     }
     Cell cell = cellFor(answer.shape, answer.fretText.stringCount,
                         "fingers " + answer.shape.fingering().text(), tuning.capo(),
                         answer.names.empty() ? std::string() : answer.names.front().symbol);
     cell.notes = summary;
-    if (tuning.capo() > 0 && !answer.names.empty()) {
-        const SChordPtr sounding = soundingChord(answer.names.front(), tuning);
-        *cell.notes += ", sounds as " + (sounding ? sounding->name() : std::string("?"));
-    }
     addSection(answer.fretText.notation, "chord names in " + tuningSummary(tuning, _instrumentName),
                {cell});
 }
