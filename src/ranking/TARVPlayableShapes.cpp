@@ -29,6 +29,8 @@ struct Context {
     std::size_t stringCount = 0;
     std::vector<std::int32_t> openPitch; // absolute semitones, capo included
     std::vector<std::uint8_t> openClass; // pitch class of each open string, capo included
+    /// The fret above the capo at which each string starts: 0 for a string from the nut.
+    std::vector<int> startFret;
     std::uint16_t toneMask = 0;
     std::uint16_t requiredMask = 0;
     std::uint8_t bassClass = 0;
@@ -50,6 +52,16 @@ struct Context {
 
 std::uint16_t classBit(int pitchClass) {
     return static_cast<std::uint16_t>(1u << (((pitchClass % 12) + 12) % 12));
+}
+
+/// Whether string `s` can sound `fret` (muted, open, or above where the string starts).
+bool isOnString(const Context& context, std::size_t s, int fret) {
+    return fret <= 0 || fret > context.startFret[s];
+}
+
+/// The pitch string `s` sounds at `fret`, which is on the string and not muted.
+std::int32_t pitchAt(const Context& context, std::size_t s, int fret) {
+    return context.openPitch[s] + (fret > 0 ? fret - context.startFret[s] : 0);
 }
 
 /// Millimetres from the nut to where a finger presses behind `absoluteFret`.
@@ -75,7 +87,10 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     try {
         for (std::size_t s = 0; s < context.stringCount; ++s) {
             const SPitch& pitch = tuning->pitchForString(static_cast<std::int64_t>(s));
-            const std::int32_t open = pitch.absoluteSemitone() + context.capo;
+            // A capo below where a string starts leaves it open; one at or above frets it.
+            const int start = s < options.stringStartFrets.size() ? options.stringStartFrets[s] : 0;
+            context.startFret.push_back(std::max(0, start - context.capo));
+            const std::int32_t open = pitch.absoluteSemitone() + std::max(0, context.capo - start);
             context.openPitch.push_back(open);
             context.openClass.push_back(static_cast<std::uint8_t>(((open % 12) + 12) % 12));
             pitchSum += open;
@@ -216,10 +231,10 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
         if (fret < 0) {
             continue;
         }
-        if (fret > context.maxFret) {
+        if (fret > context.maxFret || !isOnString(context, s, fret)) {
             return false;
         }
-        const std::int32_t pitch = context.openPitch[s] + fret;
+        const std::int32_t pitch = pitchAt(context, s, fret);
         const std::uint16_t bit = classBit(pitch);
         if (enforceRules && (bit & context.toneMask) == 0) {
             return false;
@@ -389,8 +404,9 @@ public:
                 if ((classBit(_context.openClass[s]) & _context.toneMask) != 0) {
                     choices.push_back(0);
                 }
-                for (int fret = std::max(window, 1); window > 0 && fret <= last; ++fret) {
-                    if ((classBit(_context.openClass[s] + fret) & _context.toneMask) != 0) {
+                for (int fret = std::max({window, 1, _context.startFret[s] + 1});
+                     window > 0 && fret <= last; ++fret) {
+                    if ((classBit(pitchAt(_context, s, fret)) & _context.toneMask) != 0) {
                         choices.push_back(static_cast<std::int8_t>(fret));
                         windowHasTone = windowHasTone || fret == window;
                     }
@@ -409,8 +425,9 @@ public:
                 std::int32_t lowest = std::numeric_limits<std::int32_t>::max();
                 for (const std::int8_t fret : _choices[s]) {
                     if (fret >= 0) {
-                        mask |= classBit(_context.openClass[s] + fret);
-                        lowest = std::min(lowest, _context.openPitch[s] + fret);
+                        const std::int32_t pitch = pitchAt(_context, s, fret);
+                        mask |= classBit(pitch);
+                        lowest = std::min(lowest, pitch);
                     }
                 }
                 _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
@@ -458,8 +475,9 @@ private:
             std::uint16_t bit = 0;
             std::int32_t lowest = lowestPitch;
             if (fret >= 0) {
-                bit = classBit(_context.openClass[string] + fret);
-                lowest = std::min(lowest, _context.openPitch[string] + fret);
+                const std::int32_t pitch = pitchAt(_context, string, fret);
+                bit = classBit(pitch);
+                lowest = std::min(lowest, pitch);
             }
             descend(depth + 1, static_cast<std::uint16_t>(covered | bit), above | aboveBit,
                     atWindow || (fret == _window && _window > 0), lowest);
