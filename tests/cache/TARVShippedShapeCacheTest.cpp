@@ -33,16 +33,25 @@ struct ShippedTuning {
     const char* pitches; // lowest string first, as players write them
     std::uint8_t fretCount;
     double scaleLength; // millimetres
+    /// By string number (string 0 is the last of `pitches`): the fret a string starts at.
+    std::vector<std::uint8_t> stringStartFrets = {};
 };
 
 const std::vector<ShippedTuning> kShippedTunings{
-    {"E2 A2 D3 G3 B3 E4", 22, 648},    {"D2 A2 D3 G3 B3 E4", 22, 648},
-    {"D2 A2 D3 G3 A3 D4", 22, 648},    {"D2 G2 D3 G3 B3 D4", 22, 648},
-    {"D2 A2 D3 F#3 A3 D4", 22, 648},   {"Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22, 648},
-    {"B1 E2 A2 D3 G3 B3 E4", 24, 648}, {"E1 A1 D2 G2", 20, 864},
-    {"B0 E1 A1 D2 G2", 24, 864},       {"G4 C4 E4 A4", 18, 350},
-    {"A4 D4 F#4 B4", 18, 350},         {"D3 G3 B3 E4", 18, 510},
+    {"E2 A2 D3 G3 B3 E4", 22, 648},
+    {"D2 A2 D3 G3 B3 E4", 22, 648},
+    {"D2 A2 D3 G3 A3 D4", 22, 648},
+    {"D2 G2 D3 G3 B3 D4", 22, 648},
+    {"D2 A2 D3 F#3 A3 D4", 22, 648},
+    {"Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22, 648},
+    {"B1 E2 A2 D3 G3 B3 E4", 24, 648},
+    {"E1 A1 D2 G2", 20, 864},
+    {"B0 E1 A1 D2 G2", 24, 864},
+    {"G4 C4 E4 A4", 18, 350},
+    {"A4 D4 F#4 B4", 18, 350},
+    {"D3 G3 B3 E4", 18, 510},
     {"G3 D4 A4 E5", 20, 350},
+    {"G4 D3 G3 B3 D4", 22, 670, {0, 0, 0, 0, 5}}, // banjo: the short fifth string
 };
 
 void PrintTo(const ShippedTuning& shipped, std::ostream* stream) {
@@ -79,6 +88,7 @@ SStringedInstrumentTuningPtr tuningFor(const char* pitches) {
 TARVPlayableOptions optionsFor(const ShippedTuning& shipped) {
     TARVPlayableOptions options;
     options.scaleLength = shipped.scaleLength;
+    options.stringStartFrets = shipped.stringStartFrets;
     return options;
 }
 
@@ -184,14 +194,22 @@ void expectFirstShape(const char* symbol, const char* pitches, const std::string
     EXPECT_EQ(first->badness(), 0U);
 }
 
+/// Whether the generator knows the neck: it takes every string to start at the nut.
+bool generatorKnowsTheNeck(const TARVPlayableOptions& options) {
+    return std::all_of(options.stringStartFrets.begin(), options.stringStartFrets.end(),
+                       [](std::uint8_t fret) { return fret == 0; });
+}
+
 /// Whether `shape` is a voicing of `chord`: the playable search allows it, or the generator holds
-/// it valid.
+/// it valid where it knows the neck.
 bool playsChord(const TARVChordShape& shape, const SChordPtr& chord,
                 const SStringedInstrumentTuningPtr& tuning, const TARVPlayableOptions& options) {
     const std::vector<std::int8_t> frets =
         TARVPlayableShapes::fretsForChordShape(shape, tuning->stringCount());
     return TARVPlayableShapes::isAllowed(frets, chord, tuning, options) ||
-           TARVChordShapeGenerator::initUncachedWithChord(chord, tuning)->isValidChordShape(shape);
+           (generatorKnowsTheNeck(options) &&
+            TARVChordShapeGenerator::initUncachedWithChord(chord, tuning)
+                ->isValidChordShape(shape));
 }
 
 /// The well-known shapes that the shape files list for `shipped`, by chord value, in the files'
@@ -241,7 +259,8 @@ void addOnce(std::vector<TARVChordShapePtr>& shapes, const TARVChordShapePtr& sh
 }
 
 /// What a shipped file holds for `chord`: its well-known shapes that play it, then the playable
-/// ranking's shapes in their order (the generated ones where the ranking finds none), each once.
+/// ranking's shapes in their order (the generated ones where the ranking finds none and the
+/// generator knows the neck), each once.
 std::vector<TARVChordShapePtr> expectedShapes(const SChordPtr& chord, const ShippedTuning& shipped,
                                               const std::vector<TARVChordShapePtr>& wellKnown) {
     const SStringedInstrumentTuningPtr tuning = tuningFor(shipped);
@@ -257,7 +276,7 @@ std::vector<TARVChordShapePtr> expectedShapes(const SChordPtr& chord, const Ship
     for (const TARVPlayableShape& shape : ranked) {
         addOnce(shapes, shape.chordShape());
     }
-    if (ranked.empty()) {
+    if (ranked.empty() && generatorKnowsTheNeck(options)) {
         const auto generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
         if (generator->shapes()) {
             for (const TARVChordShapePtr& shape : *generator->shapes()) {
@@ -460,6 +479,27 @@ TEST(TARVShippedShapeCache, TheCachedEntryAnswersTheRankingWhereNoShapeIsWellKno
                 << symbol << " in " << pitches;
         }
     }
+}
+
+TEST(TARVShippedShapeCache, BanjoShapesLeaveTheShortStringOffTheFretsBelowItsStart) {
+    const ShippedTuning& banjo = shippedTuning("G4 D3 G3 B3 D4");
+    const SStringedInstrumentTuningPtr tuning = tuningFor(banjo);
+    EXPECT_EQ(tuning->asciiNoteString(), "GDGBD");
+    const nlohmann::json dictionary = shippedDictionary(*tuning);
+    ASSERT_TRUE(dictionary.is_object());
+    std::size_t frettedAboveTheStart = 0;
+    for (const nlohmann::json& chordObject : dictionary.at("chords")) {
+        for (const TARVChordShapePtr& shape : shapesOf(chordObject, tuning->asciiNoteString())) {
+            const std::int8_t fifth = TARVPlayableShapes::fretsForChordShape(*shape, 5).at(4);
+            EXPECT_TRUE(fifth <= 0 || fifth > 5)
+                << chordObject.at("name") << ": " << shape->description();
+            frettedAboveTheStart += fifth > 5 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(frettedAboveTheStart, 0U);
+    // The first chords of every banjo book.
+    expectFirstShape("G", "G4 D3 G3 B3 D4", "0,0,0,0,0");
+    expectFirstShape("C", "G4 D3 G3 B3 D4", "0,2,0,1,2");
 }
 
 TEST(TARVShippedShapeCache, WellKnownGuitarShapesComeFirst) {

@@ -1013,6 +1013,25 @@ TEST(TarvguitarShapesCache, UkuleleCachedAnswerStartsWithTheShapesPlayersLearnFi
     }
 }
 
+TEST(TarvguitarShapesCache, BanjoCachedAnswerKeepsTheShortStringOffTheFretsBelowItsStart) {
+    for (const char* chord : {"G", "C", "D", "D7", "Em", "A", "F#m"}) {
+        const json shapes = onlyJson(runTool({"shapes", chord, "--rank", "spec", "--tuning",
+                                              "G4 D3 G3 B3 D4", "--format", "json"}))["shapes"];
+        ASSERT_FALSE(shapes.empty()) << chord;
+        EXPECT_EQ(shapes.front()["badness"], 0) << chord; // from the shipped file
+        for (const json& shape : shapes) {
+            const std::string frets = shape["frets"];
+            const std::string fifth = frets.substr(0, frets.find(','));
+            EXPECT_TRUE(fifth == "x" || fifth == "0" || std::stoi(fifth) > 5)
+                << chord << " " << frets;
+        }
+    }
+    const json g = onlyJson(runTool({"shapes", "G", "--rank", "spec", "--tuning", "G4 D3 G3 B3 D4",
+                                     "--format", "json"}))["shapes"];
+    ASSERT_FALSE(g.empty());
+    EXPECT_EQ(g.front()["frets"], "0,0,0,0,0");
+}
+
 TEST(TarvguitarShapesCache, ShippedFilesAreFoundFromAnyWorkingDirectory) {
     // runTool starts the tool in a fresh, empty directory; the ukulele answer comes from the
     // shipped file (badness 0) all the same.
@@ -1212,13 +1231,13 @@ const std::filesystem::path kResourceDirectory =
 
 /// The note strings of the built-in tunings, as `build-cache --list` lists them.
 const std::vector<std::string> kListedTunings{
-    "EADGBE", "DADGBE", "DADGAD", "DGDGBD", "DADF+AD", "E-A-D-G-B-E-", "BEADGBE",
-    "EADG",   "BEADG",  "GCEA",   "GCEA",   "ADF+B",   "DGBE",         "GDAE"};
+    "EADGBE", "DADGBE", "DADGAD", "DGDGBD", "DADF+AD", "E-A-D-G-B-E-", "BEADGBE", "EADG",
+    "BEADG",  "GCEA",   "GCEA",   "ADF+B",  "DGBE",    "GDAE",         "GDGBD"};
 
 /// One file per note string: the low-G ukulele shares the file of the re-entrant one.
 const std::vector<std::string> kShippedFiles{
     "EADGBE", "DADGBE", "DADGAD", "DGDGBD", "DADF+AD", "E-A-D-G-B-E-", "BEADGBE",
-    "EADG",   "BEADG",  "GCEA",   "ADF+B",  "DGBE",    "GDAE"};
+    "EADG",   "BEADG",  "GCEA",   "ADF+B",  "DGBE",    "GDAE",         "GDGBD"};
 
 #define SKIP_WITHOUT_WELL_KNOWN_SHAPES()                                                           \
     if (!std::filesystem::is_directory(kShapesDirectory)) {                                        \
@@ -1318,7 +1337,8 @@ TEST(TarvguitarBuildCache, ListsTheBuiltInTunings) {
     for (const char* tuning :
          {"Ukulele, Standard: G4 C4 E4 A4, 18 frets", "Ukulele, Low G: G3 C4 E4 A4, 18 frets",
           "Ukulele, D Tuning: A4 D4 F#4 B4, 18 frets", "Ukulele, Baritone: D3 G3 B3 E4, 18 frets",
-          "Mandolin, Standard: G3 D4 A4 E5, 20 frets", "Bass, Standard: E1 A1 D2 G2, 20 frets",
+          "Mandolin, Standard: G3 D4 A4 E5, 20 frets", "Banjo, Open G: G4 D3 G3 B3 D4, 22 frets",
+          "Bass, Standard: E1 A1 D2 G2, 20 frets",
           "5-String Bass, Standard: B0 E1 A1 D2 G2, 24 frets",
           "7-String Guitar, Standard: B1 E2 A2 D3 G3 B3 E4, 24 frets"}) {
         EXPECT_NE(result.out.find(tuning), std::string::npos) << tuning;

@@ -128,16 +128,31 @@ std::vector<WellKnownChord> wellKnownChords(const std::vector<WellKnownShapeFile
     return chords;
 }
 
+/// Whether the generator knows the neck of `options`: it takes every string to start at the nut.
+bool generatorKnowsTheNeck(const TARVPlayableOptions& options) {
+    return std::all_of(options.stringStartFrets.begin(), options.stringStartFrets.end(),
+                       [](std::uint8_t fret) { return fret == 0; });
+}
+
 /// Whether `shape` is a voicing of the chord: the playable search allows it, or the generator
 /// holds it valid (a well-known shape may lie outside the search's span or drop a tone that the
-/// search keeps).
+/// search keeps). `generator` is null where it does not know the neck.
 bool playsChord(const TARVChordShape& shape, const SChordPtr& chord,
                 const SStringedInstrumentTuningPtr& tuning,
-                const TARVChordShapeGenerator& generator, const TARVPlayableOptions& options) {
+                const TARVChordShapeGenerator* generator, const TARVPlayableOptions& options) {
     const std::vector<std::int8_t> frets =
         TARVPlayableShapes::fretsForChordShape(shape, tuning->stringCount());
     return TARVPlayableShapes::isAllowed(frets, chord, tuning, options) ||
-           generator.isValidChordShape(shape);
+           (generator != nullptr && generator->isValidChordShape(shape));
+}
+
+/// The generator of `chord` in `tuning` where it knows the neck of `options`, otherwise null.
+TARVChordShapeGeneratorPtr generatorFor(const SChordPtr& chord,
+                                        const SStringedInstrumentTuningPtr& tuning,
+                                        const TARVPlayableOptions& options) {
+    return generatorKnowsTheNeck(options)
+               ? TARVChordShapeGenerator::initUncachedWithChord(chord, tuning)
+               : nullptr;
 }
 
 /// The shapes of `chord` in `tuning`: the well-known ones that play it, then the ranked ones in
@@ -146,11 +161,10 @@ bool playsChord(const TARVChordShape& shape, const SChordPtr& chord,
 ShapeList shapesForChord(const SChordPtr& chord, const SStringedInstrumentTuningPtr& tuning,
                          const TARVPlayableOptions& options,
                          const std::vector<TARVChordShapePtr>& wellKnown) {
-    const TARVChordShapeGeneratorPtr generator =
-        TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+    const TARVChordShapeGeneratorPtr generator = generatorFor(chord, tuning, options);
     ShapeList shapes;
     for (const TARVChordShapePtr& shape : wellKnown) {
-        if (playsChord(*shape, chord, tuning, *generator, options)) {
+        if (playsChord(*shape, chord, tuning, generator.get(), options)) {
             shapes.add(shape);
         }
     }
@@ -161,7 +175,7 @@ ShapeList shapesForChord(const SChordPtr& chord, const SStringedInstrumentTuning
             shapes.add(chordShape);
         }
     }
-    if (ranked.empty() && generator->shapes()) {
+    if (ranked.empty() && generator && generator->shapes()) {
         for (const TARVChordShapePtr& shape : *generator->shapes()) {
             shapes.add(shape);
         }
@@ -173,11 +187,10 @@ ShapeList shapesForChord(const SChordPtr& chord, const SStringedInstrumentTuning
 ShapeList validShapes(const WellKnownChord& chord, const SStringedInstrumentTuningPtr& tuning,
                       const TARVPlayableOptions& options) {
     // The generator is made for its validity check only; its generated shapes are not used.
-    const TARVChordShapeGeneratorPtr generator =
-        TARVChordShapeGenerator::initUncachedWithChord(chord.chord, tuning);
+    const TARVChordShapeGeneratorPtr generator = generatorFor(chord.chord, tuning, options);
     ShapeList shapes;
     for (const TARVChordShapePtr& shape : chord.shapes) {
-        if (playsChord(*shape, chord.chord, tuning, *generator, options)) {
+        if (playsChord(*shape, chord.chord, tuning, generator.get(), options)) {
             shapes.add(shape);
         }
     }
@@ -243,22 +256,24 @@ WellKnownShapeFile readWellKnownShapeFile(const std::filesystem::path& path) {
 
 const std::vector<ShippedTuning>& shippedTunings() {
     // Scale lengths: guitar 648 mm (25.5"), bass 864 mm (34"), soprano ukulele and mandolin
-    // about 350 mm, baritone ukulele about 510 mm.
+    // about 350 mm, baritone ukulele about 510 mm, 5-string banjo about 670 mm.
     static const std::vector<ShippedTuning> tunings{
-        {"Guitar", "Standard", "E2 A2 D3 G3 B3 E4", 22, 648},
-        {"Guitar", "Drop D", "D2 A2 D3 G3 B3 E4", 22, 648},
-        {"Guitar", "DADGAD", "D2 A2 D3 G3 A3 D4", 22, 648},
-        {"Guitar", "Open G", "D2 G2 D3 G3 B3 D4", 22, 648},
-        {"Guitar", "Open D", "D2 A2 D3 F#3 A3 D4", 22, 648},
-        {"Guitar", "Eb Standard", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22, 648},
-        {"7-String Guitar", "Standard", "B1 E2 A2 D3 G3 B3 E4", 24, 648},
-        {"Bass", "Standard", "E1 A1 D2 G2", 20, 864},
-        {"5-String Bass", "Standard", "B0 E1 A1 D2 G2", 24, 864},
-        {"Ukulele", "Standard", "G4 C4 E4 A4", 18, 350},
-        {"Ukulele", "Low G", "G3 C4 E4 A4", 18, 350},
-        {"Ukulele", "D Tuning", "A4 D4 F#4 B4", 18, 350},
-        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18, 510},
-        {"Mandolin", "Standard", "G3 D4 A4 E5", 20, 350},
+        {"Guitar", "Standard", "E2 A2 D3 G3 B3 E4", 22, 648, {}},
+        {"Guitar", "Drop D", "D2 A2 D3 G3 B3 E4", 22, 648, {}},
+        {"Guitar", "DADGAD", "D2 A2 D3 G3 A3 D4", 22, 648, {}},
+        {"Guitar", "Open G", "D2 G2 D3 G3 B3 D4", 22, 648, {}},
+        {"Guitar", "Open D", "D2 A2 D3 F#3 A3 D4", 22, 648, {}},
+        {"Guitar", "Eb Standard", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22, 648, {}},
+        {"7-String Guitar", "Standard", "B1 E2 A2 D3 G3 B3 E4", 24, 648, {}},
+        {"Bass", "Standard", "E1 A1 D2 G2", 20, 864, {}},
+        {"5-String Bass", "Standard", "B0 E1 A1 D2 G2", 24, 864, {}},
+        {"Ukulele", "Standard", "G4 C4 E4 A4", 18, 350, {}},
+        {"Ukulele", "Low G", "G3 C4 E4 A4", 18, 350, {}},
+        {"Ukulele", "D Tuning", "A4 D4 F#4 B4", 18, 350, {}},
+        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18, 510, {}},
+        {"Mandolin", "Standard", "G3 D4 A4 E5", 20, 350, {}},
+        // gDGBD: the short fifth string starts at the fifth fret.
+        {"Banjo", "Open G", "G4 D3 G3 B3 D4", 22, 670, {0, 0, 0, 0, 5}},
     };
     return tunings;
 }
@@ -274,6 +289,7 @@ SStringedInstrumentTuningPtr tuningForShippedTuning(const ShippedTuning& tuning)
 TARVPlayableOptions playableOptionsForShippedTuning(const ShippedTuning& tuning) {
     TARVPlayableOptions options;
     options.scaleLength = tuning.scaleLength;
+    options.stringStartFrets = tuning.stringStartFrets;
     return options;
 }
 

@@ -23,6 +23,9 @@ struct ShippedTuning {
     int fretCount = 0;
     /// The instrument's scale length in millimetres, by which the ranking measures stretches.
     double scaleLength = 648.0;
+    /// The fret at which each string starts, by string number (string 0 is the last of
+    /// `pitches`); empty or 0 is the nut. The banjo's short fifth string starts at fret 5.
+    std::vector<std::uint8_t> stringStartFrets;
 };
 
 /// The tunings of the shipped shape cache files, in the order they are built. A file is named
@@ -34,8 +37,8 @@ const std::vector<ShippedTuning>& shippedTunings();
 /// The tuning object of `tuning`.
 SStringedInstrumentTuningPtr tuningForShippedTuning(const ShippedTuning& tuning);
 
-/// The options of the playable ranking for `tuning`: its scale length, the ranking's defaults
-/// otherwise.
+/// The options of the playable ranking for `tuning`: its scale length and the frets its strings
+/// start at, the ranking's defaults otherwise.
 TARVPlayableOptions playableOptionsForShippedTuning(const ShippedTuning& tuning);
 
 /// A chord of the catalogue and the symbol that names it in the files.
@@ -86,7 +89,8 @@ struct ShapeCacheBuild {
 /// tuning of a note string builds its file) and the curated shapes. A chord's shapes are the
 /// well-known shapes listed for its tuning (those that play the chord, in their order), then the
 /// shapes of the playable ranking in its order, each shape once. A chord for which the ranking
-/// finds nothing holds the generated shapes instead, as the cached entry would generate them.
+/// finds nothing holds the generated shapes instead, as the cached entry would generate them,
+/// except on a neck with strings that start above the nut, which the generator does not know.
 ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
                                  const std::vector<WellKnownShapeFile>& wellKnownShapes);
 
