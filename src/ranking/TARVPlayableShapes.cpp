@@ -29,6 +29,8 @@ struct Context {
     std::size_t stringCount = 0;
     std::vector<std::int32_t> openPitch; // absolute semitones, capo included
     std::vector<std::uint8_t> openClass; // pitch class of each open string, capo included
+    /// The fret above the capo at which each string starts: 0 for a string from the nut.
+    std::vector<int> startFret;
     std::uint16_t toneMask = 0;
     std::uint16_t requiredMask = 0;
     std::uint8_t bassClass = 0;
@@ -50,6 +52,16 @@ struct Context {
 
 std::uint16_t classBit(int pitchClass) {
     return static_cast<std::uint16_t>(1u << (((pitchClass % 12) + 12) % 12));
+}
+
+/// Whether string `s` can sound `fret` (muted, open, or above where the string starts).
+bool isOnString(const Context& context, std::size_t s, int fret) {
+    return fret <= 0 || fret > context.startFret[s];
+}
+
+/// The pitch string `s` sounds at `fret`, which is on the string and not muted.
+std::int32_t pitchAt(const Context& context, std::size_t s, int fret) {
+    return context.openPitch[s] + (fret > 0 ? fret - context.startFret[s] : 0);
 }
 
 /// Millimetres from the nut to where a finger presses behind `absoluteFret`.
@@ -75,7 +87,10 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     try {
         for (std::size_t s = 0; s < context.stringCount; ++s) {
             const SPitch& pitch = tuning->pitchForString(static_cast<std::int64_t>(s));
-            const std::int32_t open = pitch.absoluteSemitone() + context.capo;
+            // A capo below where a string starts leaves it open; one at or above frets it.
+            const int start = s < options.stringStartFrets.size() ? options.stringStartFrets[s] : 0;
+            context.startFret.push_back(std::max(0, start - context.capo));
+            const std::int32_t open = pitch.absoluteSemitone() + std::max(0, context.capo - start);
             context.openPitch.push_back(open);
             context.openClass.push_back(static_cast<std::uint8_t>(((open % 12) + 12) % 12));
             pitchSum += open;
@@ -216,10 +231,10 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
         if (fret < 0) {
             continue;
         }
-        if (fret > context.maxFret) {
+        if (fret > context.maxFret || !isOnString(context, s, fret)) {
             return false;
         }
-        const std::int32_t pitch = context.openPitch[s] + fret;
+        const std::int32_t pitch = pitchAt(context, s, fret);
         const std::uint16_t bit = classBit(pitch);
         if (enforceRules && (bit & context.toneMask) == 0) {
             return false;
@@ -352,21 +367,87 @@ struct Found {
     Model::Features features;
 };
 
+/// A voicing the rules allow, before its fingering is known: where its frets lie in
+/// `Leaves::frets`, and a score no fingering of it can beat.
+struct Leaf {
+    double bound = 0;
+    std::size_t offset = 0;
+};
+
+struct Leaves {
+    std::size_t stringCount = 0;
+    std::vector<std::int8_t> frets;
+    std::vector<Leaf> leaves;
+
+    std::span<const std::int8_t> fretsOf(const Leaf& leaf) const noexcept {
+        return {frets.data() + leaf.offset, stringCount};
+    }
+};
+
+/// Bounds that keep rounding out of the comparison of a lower bound with exact scores, which
+/// sum the same terms in another order.
+constexpr double kBoundMargin = 1e-7;
+
+/// The least that the fingering's terms can add to a score, by the number of fretted notes and
+/// of distinct frets among them (a finger each at least).
+class FingeringFloor {
+public:
+    explicit FingeringFloor(const Context& context)
+        : _strings(context.stringCount), _floor((context.stringCount + 1) * (kMaxFrets + 1)) {
+        const auto& w = context.model->weights(context.family);
+        const auto least = [](double weight, double low, double high) {
+            if (high == std::numeric_limits<double>::infinity()) {
+                return weight < 0 ? -high : 0.0;
+            }
+            return std::min(weight * low, weight * high);
+        };
+        const double fingerLimit = context.hand.allowThumb ? 5 : 4;
+        for (std::size_t fretted = 0; fretted <= _strings; ++fretted) {
+            for (std::size_t distinct = 0; distinct <= kMaxFrets; ++distinct) {
+                const double k = static_cast<double>(fretted);
+                const double fingers = std::min(k, fingerLimit);
+                double floor =
+                    least(w[Model::Fingers], std::min<double>(distinct, fingers), fingers);
+                floor += least(w[Model::Barre], 0, fretted >= 2 ? 1 : 0);
+                floor += least(w[Model::BarreStrings], 0, 2 * k);
+                floor += least(w[Model::Stretch], 0,
+                               fretted >= 2 ? std::numeric_limits<double>::infinity() : 0);
+                floor += least(w[Model::Crossing], 0, k);
+                floor += least(w[Model::Thumb], 0, context.hand.allowThumb && fretted > 0 ? 1 : 0);
+                _floor[fretted * (kMaxFrets + 1) + distinct] = floor;
+            }
+        }
+    }
+
+    double operator()(std::size_t fretted, std::size_t distinct) const noexcept {
+        return _floor[std::min(fretted, _strings) * (kMaxFrets + 1) +
+                      std::min<std::size_t>(distinct, kMaxFrets)];
+    }
+
+private:
+    /// Distinct frets of a shape a hand can hold: one a finger and the thumb.
+    static constexpr std::size_t kMaxFrets = 5;
+    std::size_t _strings;
+    std::vector<double> _floor;
+};
+
 /// Depth-first over the strings of one window: every string muted, open, or fretted at a
 /// chord tone between the window's first fret and its last. Strings are visited from the
 /// lowest open pitch up, so that the bass is known early.
 class WindowSearch {
 public:
-    WindowSearch(const Context& context, FingeringMemo& memo, std::vector<Found>& found)
-        : _context(context), _memo(memo), _found(found), _frets(context.stringCount, -1),
+    WindowSearch(const Context& context, Leaves& leaves)
+        : _context(context), _leaves(leaves), _floor(context), _frets(context.stringCount, -1),
           _choices(context.stringCount), _order(context.stringCount),
-          _suffixMask(context.stringCount + 1), _suffixLowest(context.stringCount + 1) {
+          _suffixMask(context.stringCount + 1), _suffixLowest(context.stringCount + 1),
+          _suffixWindow(context.stringCount + 1) {
         for (std::size_t i = 0; i < _order.size(); ++i) {
             _order[i] = i;
         }
         std::stable_sort(_order.begin(), _order.end(), [&](std::size_t a, std::size_t b) {
             return context.openPitch[a] < context.openPitch[b];
         });
+        _leaves.stringCount = context.stringCount;
     }
 
     void run() {
@@ -389,8 +470,9 @@ public:
                 if ((classBit(_context.openClass[s]) & _context.toneMask) != 0) {
                     choices.push_back(0);
                 }
-                for (int fret = std::max(window, 1); window > 0 && fret <= last; ++fret) {
-                    if ((classBit(_context.openClass[s] + fret) & _context.toneMask) != 0) {
+                for (int fret = std::max({window, 1, _context.startFret[s] + 1});
+                     window > 0 && fret <= last; ++fret) {
+                    if ((classBit(pitchAt(_context, s, fret)) & _context.toneMask) != 0) {
                         choices.push_back(static_cast<std::int8_t>(fret));
                         windowHasTone = windowHasTone || fret == window;
                     }
@@ -399,24 +481,33 @@ public:
             if (!windowHasTone) {
                 continue;
             }
-            // What the strings from each depth on can still add: their tones, and the lowest
-            // pitch any of them can sound.
+            _reach.clear();
+            for (int fret = window; fret <= last; ++fret) {
+                _reach.push_back(window > 0 ? reachBetween(_context, window, fret) / 10.0 : 0.0);
+            }
+            // What the strings from each depth on can still add: their tones, the lowest
+            // pitch any of them can sound, and whether one can take the window's first fret.
             _suffixMask[_order.size()] = 0;
             _suffixLowest[_order.size()] = std::numeric_limits<std::int32_t>::max();
+            _suffixWindow[_order.size()] = window == 0;
             for (std::size_t depth = _order.size(); depth-- > 0;) {
                 const std::size_t s = _order[depth];
                 std::uint16_t mask = 0;
                 std::int32_t lowest = std::numeric_limits<std::int32_t>::max();
+                bool atWindow = false;
                 for (const std::int8_t fret : _choices[s]) {
                     if (fret >= 0) {
-                        mask |= classBit(_context.openClass[s] + fret);
-                        lowest = std::min(lowest, _context.openPitch[s] + fret);
+                        const std::int32_t pitch = pitchAt(_context, s, fret);
+                        mask |= classBit(pitch);
+                        lowest = std::min(lowest, pitch);
+                        atWindow = atWindow || fret == window;
                     }
                 }
                 _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
                 _suffixLowest[depth] = std::min(_suffixLowest[depth + 1], lowest);
+                _suffixWindow[depth] = _suffixWindow[depth + 1] || atWindow;
             }
-            descend(0, 0, 0u, false, std::numeric_limits<std::int32_t>::max());
+            descend(0, 0, 0u, window == 0, std::numeric_limits<std::int32_t>::max());
         }
     }
 
@@ -433,15 +524,13 @@ private:
             (classBit(lowestPitch) & _context.bassMask) == 0) {
             return;
         }
+        // A window's shapes fret its first fret.
+        if (!atWindow && !_suffixWindow[depth]) {
+            return;
+        }
         if (depth == _order.size()) {
-            if (_window > 0 && !atWindow) {
-                return;
-            }
-            Model::Features features;
-            if (measure(_context, _frets, true, _memo, features)) {
-                _found.push_back(
-                    {_context.model->score(features, _context.family), FretList(_frets), features});
-            }
+            _leaves.leaves.push_back({bound(covered, above, lowestPitch), _leaves.frets.size()});
+            _leaves.frets.insert(_leaves.frets.end(), _frets.begin(), _frets.end());
             return;
         }
         const std::size_t string = _order[depth];
@@ -458,8 +547,9 @@ private:
             std::uint16_t bit = 0;
             std::int32_t lowest = lowestPitch;
             if (fret >= 0) {
-                bit = classBit(_context.openClass[string] + fret);
-                lowest = std::min(lowest, _context.openPitch[string] + fret);
+                const std::int32_t pitch = pitchAt(_context, string, fret);
+                bit = classBit(pitch);
+                lowest = std::min(lowest, pitch);
             }
             descend(depth + 1, static_cast<std::uint16_t>(covered | bit), above | aboveBit,
                     atWindow || (fret == _window && _window > 0), lowest);
@@ -467,14 +557,71 @@ private:
         _frets[string] = -1;
     }
 
+    /// The score of the current frets with every term of the fingering at its most favourable
+    /// value: the features are those `measure` finds.
+    double bound(std::uint16_t covered, unsigned above, std::int32_t lowestPitch) const {
+        const auto& w = _context.model->weights(_context.family);
+        int sounding = 0;
+        int open = 0;
+        int fretted = 0;
+        double pitchSum = 0;
+        int firstSounding = -1;
+        int lastSounding = -1;
+        for (std::size_t s = 0; s < _frets.size(); ++s) {
+            const int fret = _frets[s];
+            if (fret < 0) {
+                continue;
+            }
+            ++sounding;
+            pitchSum += pitchAt(_context, s, fret);
+            if (firstSounding < 0) {
+                firstSounding = static_cast<int>(s);
+            }
+            lastSounding = static_cast<int>(s);
+            open += fret == 0 ? 1 : 0;
+            fretted += fret > 0 ? 1 : 0;
+        }
+        const int lowestFret = fretted > 0 ? _window : 0;
+        const int range = above == 0 ? 0 : std::bit_width(above) - 1;
+        const int highestFret = lowestFret + range;
+        const int strings = static_cast<int>(_frets.size());
+        double sum = _floor(static_cast<std::size_t>(fretted),
+                            static_cast<std::size_t>(std::popcount(above) + (fretted > 0 ? 1 : 0)));
+        sum += w[Model::Reach] * _reach[static_cast<std::size_t>(range)];
+        sum += w[Model::Position] * lowestFret;
+        sum += w[Model::Open] * open;
+        sum += w[Model::MutedTreble] * firstSounding;
+        sum += w[Model::MutedBass] * (strings - 1 - lastSounding);
+        sum += w[Model::MutedInner] * (lastSounding - firstSounding + 1 - sounding);
+        sum += w[Model::ThinVoicing] * std::max(0, strings - 2 - sounding);
+        sum += w[Model::Doubled] * (sounding - std::popcount(covered));
+        sum += w[Model::Dropped] *
+               std::popcount(static_cast<std::uint16_t>(_context.toneMask & ~covered));
+        sum += w[Model::RootNotInBass] * ((classBit(lowestPitch) & _context.bassMask) != 0 ? 0 : 1);
+        sum += w[Model::Register] * ((pitchSum / sounding - _context.meanOpenPitch) / 12.0);
+        sum += w[Model::FretRange] * range;
+        sum += w[Model::OpenWithHighFrets] * (highestFret > kHighFret ? open : 0);
+        sum += w[Model::OpenAwayFromNut] * open * std::max(0, lowestFret - 1);
+        if (_context.forms != nullptr) {
+            const auto found = _context.forms->find(Model::formKey(_frets.data(), _frets.size()));
+            if (found != _context.forms->end()) {
+                sum += w[Model::FamiliarForm] * found->second;
+            }
+        }
+        return sum - kBoundMargin * (1.0 + std::abs(sum));
+    }
+
     const Context& _context;
-    FingeringMemo& _memo;
-    std::vector<Found>& _found;
+    Leaves& _leaves;
+    FingeringFloor _floor;
     std::vector<std::int8_t> _frets;
     std::vector<std::vector<std::int8_t>> _choices;
     std::vector<std::size_t> _order;
     std::vector<std::uint16_t> _suffixMask;
     std::vector<std::int32_t> _suffixLowest;
+    std::vector<bool> _suffixWindow;
+    /// Model reach (centimetres) from the window's first fret to each fret of the window.
+    std::vector<double> _reach;
     int _window = 0;
 };
 
@@ -487,11 +634,87 @@ bool rankedBefore(const Found& a, const Found& b) {
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
 }
 
-std::vector<Found> search(const Context& context) {
-    std::vector<Found> found;
-    FingeringMemo memo(context.hand);
-    WindowSearch(context, memo, found).run();
-    return found;
+Leaves searchLeaves(const Context& context) {
+    Leaves leaves;
+    WindowSearch(context, leaves).run();
+    return leaves;
+}
+
+/// `leaf` fingered and scored; false when no hand can hold it.
+bool evaluateLeaf(const Context& context, const Leaves& leaves, const Leaf& leaf,
+                  FingeringMemo& memo, std::vector<Found>& found) {
+    const std::span<const std::int8_t> frets = leaves.fretsOf(leaf);
+    Model::Features features;
+    if (!measure(context, frets, true, memo, features)) {
+        return false;
+    }
+    found.push_back({context.model->score(features, context.family), FretList(frets), features});
+    return true;
+}
+
+/// The ranked list as positions in `all`, which is sorted by `rankedBefore`: the diverse first
+/// five, then the rest in order. When `complete` is false, `all` holds only the voicings that
+/// score below `limit`, every other voicing scoring `limit` or more; the answer is then false
+/// when those others could change the list.
+bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, double limit,
+          bool complete, std::vector<std::size_t>& picked) {
+    if (!complete && all.size() < maximumShapes) {
+        return false;
+    }
+    const std::size_t wanted = std::min(maximumShapes, all.size());
+    picked.clear();
+    picked.reserve(wanted);
+    std::vector<bool> taken(all.size(), false);
+    while (picked.size() < std::min(wanted, kDiverseCount)) {
+        std::size_t best = all.size();
+        double bestScore = 0;
+        std::size_t firstFree = all.size();
+        bool stopped = false;
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            if (taken[i]) {
+                continue;
+            }
+            firstFree = std::min(firstFree, i);
+            // Scores only grow down the list: nothing further can beat the best so far.
+            if (best != all.size() && all[i]->score >= bestScore) {
+                stopped = true;
+                break;
+            }
+            double adjusted = all[i]->score;
+            bool transposition = false;
+            const int position = ranking::neckPosition(all[i]->frets);
+            for (const std::size_t listed : picked) {
+                if (ranking::isTransposition(all[i]->frets, all[listed]->frets)) {
+                    transposition = true;
+                    break;
+                }
+                if (std::abs(position - ranking::neckPosition(all[listed]->frets)) < 3) {
+                    adjusted += kPositionSpreadPenalty;
+                }
+            }
+            if (!transposition && (best == all.size() || adjusted < bestScore)) {
+                best = i;
+                bestScore = adjusted;
+            }
+        }
+        // The voicings not in the list score `limit` or more: they end the scan as the first
+        // of them would only when the best so far scores no more.
+        if (!stopped && !complete && (best == all.size() || bestScore > limit)) {
+            return false;
+        }
+        // Only transpositions of listed shapes are left: they may come now.
+        if (best == all.size()) {
+            best = firstFree;
+        }
+        taken[best] = true;
+        picked.push_back(best);
+    }
+    for (std::size_t i = 0; i < all.size() && picked.size() < wanted; ++i) {
+        if (!taken[i]) {
+            picked.push_back(i);
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -505,7 +728,12 @@ TARVPlayableShapes::allVoicings(const SChordPtr& chord,
     if (!makeContext(chord, tuning, options, context)) {
         return shapes;
     }
-    const std::vector<Found> found = search(context);
+    const Leaves leaves = searchLeaves(context);
+    FingeringMemo memo(context.hand);
+    std::vector<Found> found;
+    for (const Leaf& leaf : leaves.leaves) {
+        evaluateLeaf(context, leaves, leaf, memo, found);
+    }
     shapes.reserve(found.size());
     for (const Found& entry : found) {
         shapes.push_back(buildShape(context, entry.frets, entry.features, context.hand));
@@ -522,57 +750,49 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
     if (!makeContext(chord, tuning, options, context)) {
         return ranked;
     }
-    std::vector<Found> all = search(context);
-    std::sort(all.begin(), all.end(), rankedBefore);
-    const std::size_t wanted = std::min(options.maximumShapes, all.size());
+    Leaves leaves = searchLeaves(context);
+    std::vector<Leaf>& pending = leaves.leaves;
+    const auto byBound = [](const Leaf& a, const Leaf& b) {
+        return a.bound < b.bound;
+    };
+    // Voicings are fingered and scored in the order of their bounds, a batch at a time, until
+    // the ones left cannot change the list.
+    FingeringMemo memo(context.hand);
+    std::vector<Found> found;
+    std::vector<const Found*> below;
     std::vector<std::size_t> picked;
-    picked.reserve(wanted);
-    std::vector<bool> taken(all.size(), false);
-    while (picked.size() < std::min(wanted, kDiverseCount)) {
-        std::size_t best = all.size();
-        double bestScore = 0;
-        std::size_t firstFree = all.size();
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            if (taken[i]) {
-                continue;
-            }
-            firstFree = std::min(firstFree, i);
-            // Scores only grow down the list: nothing further can beat the best so far.
-            if (best != all.size() && all[i].score >= bestScore) {
-                break;
-            }
-            double adjusted = all[i].score;
-            bool transposition = false;
-            const int position = ranking::neckPosition(all[i].frets);
-            for (const std::size_t listed : picked) {
-                if (ranking::isTransposition(all[i].frets, all[listed].frets)) {
-                    transposition = true;
-                    break;
-                }
-                if (std::abs(position - ranking::neckPosition(all[listed].frets)) < 3) {
-                    adjusted += kPositionSpreadPenalty;
-                }
-            }
-            if (!transposition && (best == all.size() || adjusted < bestScore)) {
-                best = i;
-                bestScore = adjusted;
+    std::size_t done = 0;
+    std::size_t batch = std::max<std::size_t>(32, 2 * options.maximumShapes);
+    for (;;) {
+        const std::size_t end = std::min(pending.size(), done + batch);
+        if (end < pending.size()) {
+            std::nth_element(pending.begin() + static_cast<std::ptrdiff_t>(done),
+                             pending.begin() + static_cast<std::ptrdiff_t>(end), pending.end(),
+                             byBound);
+        }
+        for (std::size_t i = done; i < end; ++i) {
+            evaluateLeaf(context, leaves, pending[i], memo, found);
+        }
+        done = end;
+        const bool complete = done == pending.size();
+        const double limit =
+            complete ? std::numeric_limits<double>::infinity() : pending[done].bound;
+        below.clear();
+        for (const Found& entry : found) {
+            if (complete || entry.score < limit) {
+                below.push_back(&entry);
             }
         }
-        // Only transpositions of listed shapes are left: they may come now.
-        if (best == all.size()) {
-            best = firstFree;
+        std::sort(below.begin(), below.end(),
+                  [](const Found* a, const Found* b) { return rankedBefore(*a, *b); });
+        if (pick(below, options.maximumShapes, limit, complete, picked)) {
+            break;
         }
-        taken[best] = true;
-        picked.push_back(best);
-    }
-    for (std::size_t i = 0; i < all.size() && picked.size() < wanted; ++i) {
-        if (!taken[i]) {
-            picked.push_back(i);
-        }
+        batch *= 2;
     }
     ranked.reserve(picked.size());
     for (const std::size_t i : picked) {
-        ranked.push_back(buildShape(context, all[i].frets, all[i].features, context.hand));
+        ranked.push_back(buildShape(context, below[i]->frets, below[i]->features, context.hand));
     }
     return ranked;
 }

@@ -141,6 +141,72 @@ TEST(TARVPlayableShapes, DroppedTonesOnlyWhenAllowed) {
     EXPECT_TRUE(anyDropped);
 }
 
+/// Banjo open G written as players write it, the short fifth string first: gDGBD. The fifth
+/// string (the high G drone) is string number 4, the highest-numbered; it starts at fret 5.
+const auto kBanjo = tuning("G4 D3 G3 B3 D4");
+
+TARVPlayableOptions banjoOptions() {
+    TARVPlayableOptions options;
+    options.stringStartFrets = {0, 0, 0, 0, 5};
+    return options;
+}
+
+TEST(TARVPlayableShapes, BanjoOpenGIsAllOpenStrings) {
+    const auto shapes =
+        TARVPlayableShapes::shapesForChord(SChord::chordWithString("G"), kBanjo, banjoOptions());
+    ASSERT_FALSE(shapes.empty());
+    EXPECT_EQ(shapes.front().fretText(), "0,0,0,0,0");
+}
+
+TEST(TARVPlayableShapes, NoShapeFretsTheShortStringBelowItsStart) {
+    std::size_t fretted = 0;
+    for (const char* chord : {"G", "C", "D", "D7", "Em", "A", "F", "Bm7"}) {
+        const auto shapes =
+            TARVPlayableShapes::allVoicings(SChord::chordWithString(chord), kBanjo, banjoOptions());
+        ASSERT_FALSE(shapes.empty()) << chord;
+        for (const TARVPlayableShape& shape : shapes) {
+            const int fifth = shape.frets()[4];
+            EXPECT_TRUE(fifth <= 0 || fifth > 5) << chord << ": " << shape.fretText();
+            fretted += fifth > 5 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(fretted, 0U);
+}
+
+TEST(TARVPlayableShapes, ShortStringSoundsFromItsStart) {
+    const SChordPtr a = SChord::chordWithString("A");
+    // Fret 7 of the short G string sounds A, two semitones above its open pitch; the same fret
+    // of a full-length G string would sound D, which A major does not hold.
+    const std::vector<std::int8_t> frets{7, 5, 6, 7, 7};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(frets, a, kBanjo, banjoOptions()));
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(frets, a, kBanjo));
+    // Frets 1 to 5 are not on the short string at all.
+    const std::vector<std::int8_t> below{0, 0, 0, 0, 3};
+    EXPECT_FALSE(
+        TARVPlayableShapes::scoreFrets(below, SChord::chordWithString("G"), kBanjo, banjoOptions())
+            .has_value());
+    EXPECT_TRUE(
+        TARVPlayableShapes::scoreFrets(below, SChord::chordWithString("G"), kBanjo).has_value());
+}
+
+TEST(TARVPlayableShapes, ShortStringIsScoredByItsPitchAndFingeredAtItsFret) {
+    const SChordPtr a = SChord::chordWithString("A");
+    const auto shortString = TARVPlayableShapes::scoreFrets(
+        std::vector<std::int8_t>{7, 5, 6, -1, 7}, a, kBanjo, banjoOptions());
+    // A full-length string sounds that A at fret 2.
+    const auto fullString =
+        TARVPlayableShapes::scoreFrets(std::vector<std::int8_t>{7, 5, 6, -1, 2}, a, kBanjo);
+    ASSERT_TRUE(shortString && fullString);
+    for (const char* pitchTerm : {"register", "doubled", "dropped", "rootNotInBass"}) {
+        EXPECT_EQ(shortString->termValue(pitchTerm), fullString->termValue(pitchTerm)) << pitchTerm;
+    }
+    // The hand stays between frets 5 and 7 of the neck.
+    EXPECT_EQ(shortString->termValue("position"), 5);
+    EXPECT_EQ(shortString->termValue("fretRange"), 2);
+    EXPECT_NE(shortString->fingering().fingers()[4], TARVFingering::kNone);
+    EXPECT_EQ(fullString->termValue("fretRange"), 5);
+}
+
 /// Every fret combination of a small neck, filtered by the rules alone, against the search.
 void expectExhaustive(const std::string& chordName, const SStringedInstrumentTuningConstPtr& t,
                       const TARVPlayableOptions& options) {
@@ -195,6 +261,18 @@ TEST(TARVPlayableShapesExhaustive, FiveStringsWithCapoAgainstEveryFretCombinatio
     options.maximumSpan = 3;
     for (const char* chord : {"E", "A7", "Bm"}) {
         expectExhaustive(chord, tuning("G4 C5 E4 A4 E5", 10, 2), options);
+    }
+}
+
+TEST(TARVPlayableShapesExhaustive, ShortStringAgainstEveryFretCombination) {
+    TARVPlayableOptions options = banjoOptions();
+    for (const char* chord : {"G", "C", "D7", "Em", "A"}) {
+        expectExhaustive(chord, tuning("G4 D3 G3 B3 D4", 9), options);
+    }
+    // A string that starts at fret 3 between full strings, under a capo at fret 1.
+    options.stringStartFrets = {0, 3};
+    for (const char* chord : {"D", "Gm", "A7"}) {
+        expectExhaustive(chord, tuning("G4 C4 E4 A4", 9, 1), options);
     }
 }
 

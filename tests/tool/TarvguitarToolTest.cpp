@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -400,34 +401,88 @@ std::vector<std::string> fretTexts(const json& shapes) {
     return texts;
 }
 
-TEST(TarvguitarShapesJson, CachedAnswerHoldsEveryUncachedShape) {
-    for (const char* symbol : {"G", "Bbm7", "F#7b9", "Am/E"}) {
-        const std::vector<std::string> cached = fretTexts(
-            onlyJson(runTool({"shapes", symbol, "--rank", "spec", "--format", "json"}))["shapes"]);
-        const std::vector<std::string> uncached = fretTexts(onlyJson(runTool(
-            {"shapes", symbol, "--rank", "spec", "--uncached", "--format", "json"}))["shapes"]);
-        ASSERT_FALSE(uncached.empty()) << symbol;
-        for (const std::string& frets : uncached) {
-            EXPECT_NE(std::find(cached.begin(), cached.end(), frets), cached.end())
-                << symbol << " " << frets;
-        }
-    }
+std::string chordValue(const std::string& symbol) {
+    return onlyJson(
+        runTool({"chord", symbol, "--format", "json"}))["chord"]["numericNoteStringValue"];
 }
 
-TEST(TarvguitarShapesJson, WithoutWellKnownShapesTheCachedAnswerIsTheGeneratedOne) {
-    // The shipped bass file lists no well-known shapes: only what generation finds.
-    for (const char* symbol : {"C", "Am7", "G/B"}) {
-        const std::vector<std::string> bass{"--instrument", "Bass", "--format", "json"};
-        std::vector<std::string> cachedArguments{"shapes", symbol, "--rank", "spec"};
-        cachedArguments.insert(cachedArguments.end(), bass.begin(), bass.end());
-        std::vector<std::string> uncachedArguments = cachedArguments;
-        uncachedArguments.push_back("--uncached");
-        const json cached = onlyJson(runTool(cachedArguments))["shapes"];
-        const json uncached = onlyJson(runTool(uncachedArguments))["shapes"];
-        ASSERT_FALSE(uncached.empty()) << symbol;
-        EXPECT_EQ(fretTexts(cached), fretTexts(uncached)) << symbol;
-        EXPECT_EQ(cached.front()["badness"], 0) << symbol;
-        EXPECT_GT(uncached.back()["badness"].get<std::uint64_t>(), 0U) << symbol;
+/// The fret texts of the well-known guitar shapes, in their file's order, by the value of their
+/// chord (several names may stand for one chord).
+const std::map<std::string, std::vector<std::string>>& wellKnownGuitarShapes() {
+    static const std::map<std::string, std::vector<std::string>> shapes = [] {
+        const json file = json::parse(readFile(std::filesystem::path(TARV_SHARED_DATA_DIR) /
+                                               "chord-shapes" / "chordpro-guitar.json"));
+        std::vector<std::string> arguments{"chord", "--format", "json"};
+        for (const json& chord : file.at("chords")) {
+            arguments.push_back(chord.at("name"));
+        }
+        std::map<std::string, std::string> values; // symbol to value, of the readable names
+        for (const json& answer : jsonLines(runTool(arguments).out)) {
+            values[answer["chord"]["symbol"]] = answer["chord"]["numericNoteStringValue"];
+        }
+        std::map<std::string, std::vector<std::string>> byValue;
+        for (const json& chord : file.at("chords")) {
+            const auto value = values.find(chord.at("name").get<std::string>());
+            if (value == values.end()) {
+                continue;
+            }
+            std::string text;
+            for (const json& fret : chord.at("frets_abs")) {
+                const int number = fret.get<int>();
+                text += (text.empty() ? "" : ",") + (number < 0 ? "x" : std::to_string(number));
+            }
+            byValue[value->second].push_back(text);
+        }
+        return byValue;
+    }();
+    return shapes;
+}
+
+TEST(TarvguitarShapesJson, CachedAnswerIsTheWellKnownShapesThenThePlayableRanking) {
+    if (!std::filesystem::is_directory(std::filesystem::path(TARV_SHARED_DATA_DIR) /
+                                       "chord-shapes")) {
+        GTEST_SKIP() << "no well-known shapes";
+    }
+    std::size_t withWellKnownShape = 0;
+    for (const char* symbol : {"G", "Bbm7", "F#7b9", "Am/E", "A11", "Cmaj7"}) {
+        const std::vector<std::string> cached = fretTexts(
+            onlyJson(runTool({"shapes", symbol, "--rank", "spec", "--format", "json"}))["shapes"]);
+        const std::vector<std::string> playable =
+            fretTexts(onlyJson(runTool({"shapes", symbol, "--format", "json"}))["shapes"]);
+        ASSERT_FALSE(playable.empty()) << symbol;
+        std::vector<std::string> expected;
+        const auto addOnce = [&](const std::string& frets) {
+            if (std::find(expected.begin(), expected.end(), frets) == expected.end()) {
+                expected.push_back(frets);
+            }
+        };
+        const auto known = wellKnownGuitarShapes().find(chordValue(symbol));
+        if (known != wellKnownGuitarShapes().end()) {
+            std::for_each(known->second.begin(), known->second.end(), addOnce);
+            ++withWellKnownShape;
+        }
+        std::for_each(playable.begin(), playable.end(), addOnce);
+        EXPECT_EQ(cached, expected) << symbol;
+    }
+    EXPECT_EQ(withWellKnownShape, 5U);
+}
+
+TEST(TarvguitarShapesJson, WithoutWellKnownShapesTheCachedAnswerIsThePlayableRanking) {
+    // No well-known shapes are listed for the bass or the D-tuned ukulele.
+    for (const std::vector<std::string>& tuning :
+         {std::vector<std::string>{"--tuning", "E1 A1 D2 G2", "--frets", "20"},
+          std::vector<std::string>{"--tuning", "A4 D4 F#4 B4", "--frets", "18"}}) {
+        for (const char* symbol : {"C", "Am7", "G/B", "D"}) {
+            std::vector<std::string> playableArguments{"shapes", symbol, "--format", "json"};
+            playableArguments.insert(playableArguments.end(), tuning.begin(), tuning.end());
+            std::vector<std::string> cachedArguments = playableArguments;
+            cachedArguments.insert(cachedArguments.end(), {"--rank", "spec"});
+            const json cached = onlyJson(runTool(cachedArguments))["shapes"];
+            const json playable = onlyJson(runTool(playableArguments))["shapes"];
+            ASSERT_FALSE(playable.empty()) << symbol << " " << tuning[1];
+            EXPECT_EQ(fretTexts(cached), fretTexts(playable)) << symbol << " " << tuning[1];
+            EXPECT_EQ(cached.front()["badness"], 0) << symbol;
+        }
     }
 }
 
@@ -871,21 +926,39 @@ TEST(TarvguitarShapesCache, CachedAnswerMayHoldMoreThanTwentyShapesAndLimitAppli
 }
 
 TEST(TarvguitarShapesCache, ForcedGenerationMergesTheGeneratedShapesIntoTheCachedOnes) {
-    const json cached =
-        onlyJson(runTool({"shapes", "Am/E", "--rank", "spec", "--format", "json"}))["shapes"];
-    const json forced = onlyJson(
-        runTool({"shapes", "Am/E", "--rank", "spec", "--force", "--format", "json"}))["shapes"];
-    // The file holds the best generated shapes already: forcing adds none and keeps the order.
-    EXPECT_EQ(fretTexts(forced), fretTexts(cached));
+    const std::vector<std::string> cached = fretTexts(
+        onlyJson(runTool({"shapes", "Am/E", "--rank", "spec", "--format", "json"}))["shapes"]);
+    const std::vector<std::string> forced = fretTexts(onlyJson(
+        runTool({"shapes", "Am/E", "--rank", "spec", "--force", "--format", "json"}))["shapes"]);
+    const std::vector<std::string> generated = fretTexts(onlyJson(
+        runTool({"shapes", "Am/E", "--rank", "spec", "--uncached", "--format", "json"}))["shapes"]);
+    ASSERT_FALSE(cached.empty());
+    ASSERT_FALSE(generated.empty());
+    // The shipped shapes keep their places; the generated ones that they lack follow them.
+    std::vector<std::string> expected = cached;
+    std::vector<std::string> added;
+    for (const std::string& frets : generated) {
+        if (std::find(cached.begin(), cached.end(), frets) == cached.end()) {
+            added.push_back(frets);
+        }
+    }
+    ASSERT_FALSE(added.empty());
+    ASSERT_GE(forced.size(), cached.size());
+    EXPECT_EQ(std::vector<std::string>(forced.begin(), forced.begin() + std::ssize(cached)),
+              cached);
+    std::vector<std::string> rest(forced.begin() + std::ssize(cached), forced.end());
+    std::sort(rest.begin(), rest.end());
+    std::sort(added.begin(), added.end());
+    EXPECT_EQ(rest, added);
 
     // Where no file holds the chord, forcing generates it as the cache would.
-    const json generated =
+    const json forcedElsewhere =
         onlyJson(runTool({"shapes", "C", "--rank", "spec", "--tuning", "C2 G2 D3 A3 E4 G4",
                           "--force", "--format", "json"}))["shapes"];
-    const json uncached =
+    const json uncachedElsewhere =
         onlyJson(runTool({"shapes", "C", "--rank", "spec", "--tuning", "C2 G2 D3 A3 E4 G4",
                           "--uncached", "--format", "json"}))["shapes"];
-    EXPECT_EQ(fretTexts(generated), fretTexts(uncached));
+    EXPECT_EQ(fretTexts(forcedElsewhere), fretTexts(uncachedElsewhere));
 }
 
 TEST(TarvguitarShapesCache, ForceAndUncachedExcludeEachOther) {
@@ -922,6 +995,41 @@ TEST(TarvguitarShapesCache, CachedShapesBeyondTheNeckAreLeftOut) {
     const json capo = onlyJson(runTool({"shapes", "C", "--rank", "spec", "--frets", "12", "--capo",
                                         "7", "--format", "json"}))["shapes"];
     EXPECT_EQ(fretTexts(capo), fretTexts(shortNeck));
+}
+
+TEST(TarvguitarShapesCache, UkuleleCachedAnswerStartsWithTheShapesPlayersLearnFirst) {
+    const std::pair<const char*, const char*> expected[] = {
+        {"C", "0,0,0,3"}, {"F", "2,0,1,0"}, {"Am", "2,0,0,0"}, {"G", "0,2,3,2"}};
+    for (const auto& [chord, frets] : expected) {
+        const json shapes = onlyJson(runTool({"shapes", chord, "--rank", "spec", "--tuning",
+                                              "G4 C4 E4 A4", "--format", "json"}))["shapes"];
+        ASSERT_FALSE(shapes.empty()) << chord;
+        EXPECT_EQ(shapes.front()["frets"], frets) << chord;
+        EXPECT_EQ(shapes.front()["badness"], 0) << chord;
+        // The note string has no octaves: the low-G ukulele is answered from the same file.
+        const json lowG = onlyJson(runTool({"shapes", chord, "--rank", "spec", "--tuning",
+                                            "G3 C4 E4 A4", "--format", "json"}))["shapes"];
+        EXPECT_EQ(fretTexts(lowG), fretTexts(shapes)) << chord;
+    }
+}
+
+TEST(TarvguitarShapesCache, BanjoCachedAnswerKeepsTheShortStringOffTheFretsBelowItsStart) {
+    for (const char* chord : {"G", "C", "D", "D7", "Em", "A", "F#m"}) {
+        const json shapes = onlyJson(runTool({"shapes", chord, "--rank", "spec", "--tuning",
+                                              "G4 D3 G3 B3 D4", "--format", "json"}))["shapes"];
+        ASSERT_FALSE(shapes.empty()) << chord;
+        EXPECT_EQ(shapes.front()["badness"], 0) << chord; // from the shipped file
+        for (const json& shape : shapes) {
+            const std::string frets = shape["frets"];
+            const std::string fifth = frets.substr(0, frets.find(','));
+            EXPECT_TRUE(fifth == "x" || fifth == "0" || std::stoi(fifth) > 5)
+                << chord << " " << frets;
+        }
+    }
+    const json g = onlyJson(runTool({"shapes", "G", "--rank", "spec", "--tuning", "G4 D3 G3 B3 D4",
+                                     "--format", "json"}))["shapes"];
+    ASSERT_FALSE(g.empty());
+    EXPECT_EQ(g.front()["frets"], "0,0,0,0,0");
 }
 
 TEST(TarvguitarShapesCache, ShippedFilesAreFoundFromAnyWorkingDirectory) {
@@ -1121,9 +1229,15 @@ const std::filesystem::path kShapesDirectory =
 const std::filesystem::path kResourceDirectory =
     std::filesystem::path(TARV_SOURCE_DIR) / "resources";
 
-const std::vector<std::string> kShippedFiles{"EADGBE",  "DADGBE",       "DADGAD",  "DGDGBD",
-                                             "DADF+AD", "E-A-D-G-B-E-", "BEADGBE", "EADG",
-                                             "BEADG",   "GCEA",         "DGBE",    "GDAE"};
+/// The note strings of the built-in tunings, as `build-cache --list` lists them.
+const std::vector<std::string> kListedTunings{
+    "EADGBE", "DADGBE", "DADGAD", "DGDGBD", "DADF+AD", "E-A-D-G-B-E-", "BEADGBE", "EADG",
+    "BEADG",  "GCEA",   "GCEA",   "ADF+B",  "DGBE",    "GDAE",         "GDGBD"};
+
+/// One file per note string: the low-G ukulele shares the file of the re-entrant one.
+const std::vector<std::string> kShippedFiles{
+    "EADGBE", "DADGBE", "DADGAD", "DGDGBD", "DADF+AD", "E-A-D-G-B-E-", "BEADGBE",
+    "EADG",   "BEADG",  "GCEA",   "ADF+B",  "DGBE",    "GDAE",         "GDGBD"};
 
 #define SKIP_WITHOUT_WELL_KNOWN_SHAPES()                                                           \
     if (!std::filesystem::is_directory(kShapesDirectory)) {                                        \
@@ -1216,11 +1330,32 @@ TEST(TarvguitarBuildCache, ListsTheBuiltInTunings) {
     const RunResult result = runTool({"build-cache", "--list"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const std::vector<std::string> listed = lines(result.out);
-    ASSERT_EQ(listed.size(), kShippedFiles.size());
+    ASSERT_EQ(listed.size(), kListedTunings.size());
     for (std::size_t index = 0; index < listed.size(); ++index) {
-        EXPECT_EQ(listed[index].rfind(kShippedFiles[index] + " ", 0), 0U) << listed[index];
+        EXPECT_EQ(listed[index].rfind(kListedTunings[index] + " ", 0), 0U) << listed[index];
     }
-    EXPECT_NE(result.out.find("Ukulele, Standard: G4 C4 E4 A4, 18 frets"), std::string::npos);
+    for (const char* tuning :
+         {"Ukulele, Standard: G4 C4 E4 A4, 18 frets", "Ukulele, Low G: G3 C4 E4 A4, 18 frets",
+          "Ukulele, D Tuning: A4 D4 F#4 B4, 18 frets", "Ukulele, Baritone: D3 G3 B3 E4, 18 frets",
+          "Mandolin, Standard: G3 D4 A4 E5, 20 frets", "Banjo, Open G: G4 D3 G3 B3 D4, 22 frets",
+          "Bass, Standard: E1 A1 D2 G2, 20 frets",
+          "5-String Bass, Standard: B0 E1 A1 D2 G2, 24 frets",
+          "7-String Guitar, Standard: B1 E2 A2 D3 G3 B3 E4, 24 frets"}) {
+        EXPECT_NE(result.out.find(tuning), std::string::npos) << tuning;
+    }
+}
+
+TEST(TarvguitarBuildCache, EveryListedTuningHasAShippedFile) {
+    const RunResult result = runTool({"build-cache", "--list"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::vector<std::string> listed = lines(result.out);
+    ASSERT_FALSE(listed.empty());
+    for (const std::string& line : listed) {
+        const std::string noteString = line.substr(0, line.find(' '));
+        EXPECT_TRUE(std::filesystem::is_regular_file(kResourceDirectory / "shapecaches" /
+                                                     (noteString + ".shapecache")))
+            << line;
+    }
 }
 
 TEST(TarvguitarBuildCache, BadInputExitsTwo) {

@@ -3,6 +3,7 @@
 #include "InputReading.hpp"
 
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
+#include "tarv/ranking/TARVPlayableShapes.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
 #include <algorithm>
@@ -127,18 +128,54 @@ std::vector<WellKnownChord> wellKnownChords(const std::vector<WellKnownShapeFile
     return chords;
 }
 
-/// The shapes of `chord` in `tuning`: the well-known ones that play it, then the generated ones.
+/// Whether the generator knows the neck of `options`: it takes every string to start at the nut.
+bool generatorKnowsTheNeck(const TARVPlayableOptions& options) {
+    return std::all_of(options.stringStartFrets.begin(), options.stringStartFrets.end(),
+                       [](std::uint8_t fret) { return fret == 0; });
+}
+
+/// Whether `shape` is a voicing of the chord: the playable search allows it, or the generator
+/// holds it valid (a well-known shape may lie outside the search's span or drop a tone that the
+/// search keeps). `generator` is null where it does not know the neck.
+bool playsChord(const TARVChordShape& shape, const SChordPtr& chord,
+                const SStringedInstrumentTuningPtr& tuning,
+                const TARVChordShapeGenerator* generator, const TARVPlayableOptions& options) {
+    const std::vector<std::int8_t> frets =
+        TARVPlayableShapes::fretsForChordShape(shape, tuning->stringCount());
+    return TARVPlayableShapes::isAllowed(frets, chord, tuning, options) ||
+           (generator != nullptr && generator->isValidChordShape(shape));
+}
+
+/// The generator of `chord` in `tuning` where it knows the neck of `options`, otherwise null.
+TARVChordShapeGeneratorPtr generatorFor(const SChordPtr& chord,
+                                        const SStringedInstrumentTuningPtr& tuning,
+                                        const TARVPlayableOptions& options) {
+    return generatorKnowsTheNeck(options)
+               ? TARVChordShapeGenerator::initUncachedWithChord(chord, tuning)
+               : nullptr;
+}
+
+/// The shapes of `chord` in `tuning`: the well-known ones that play it, then the ranked ones in
+/// the ranking's order. Where the ranking finds nothing, the generated shapes, which the cached
+/// entry would otherwise generate on its first lookup.
 ShapeList shapesForChord(const SChordPtr& chord, const SStringedInstrumentTuningPtr& tuning,
+                         const TARVPlayableOptions& options,
                          const std::vector<TARVChordShapePtr>& wellKnown) {
-    const TARVChordShapeGeneratorPtr generator =
-        TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
+    const TARVChordShapeGeneratorPtr generator = generatorFor(chord, tuning, options);
     ShapeList shapes;
     for (const TARVChordShapePtr& shape : wellKnown) {
-        if (generator->isValidChordShape(*shape)) {
+        if (playsChord(*shape, chord, tuning, generator.get(), options)) {
             shapes.add(shape);
         }
     }
-    if (generator->shapes()) {
+    const std::vector<TARVPlayableShape> ranked =
+        TARVPlayableShapes::shapesForChord(chord, tuning, options);
+    for (const TARVPlayableShape& shape : ranked) {
+        if (const TARVChordShapePtr chordShape = shape.chordShape()) {
+            shapes.add(chordShape);
+        }
+    }
+    if (ranked.empty() && generator && generator->shapes()) {
         for (const TARVChordShapePtr& shape : *generator->shapes()) {
             shapes.add(shape);
         }
@@ -147,13 +184,13 @@ ShapeList shapesForChord(const SChordPtr& chord, const SStringedInstrumentTuning
 }
 
 /// The well-known shapes of `chord` in `tuning` that play it.
-ShapeList validShapes(const WellKnownChord& chord, const SStringedInstrumentTuningPtr& tuning) {
+ShapeList validShapes(const WellKnownChord& chord, const SStringedInstrumentTuningPtr& tuning,
+                      const TARVPlayableOptions& options) {
     // The generator is made for its validity check only; its generated shapes are not used.
-    const TARVChordShapeGeneratorPtr generator =
-        TARVChordShapeGenerator::initUncachedWithChord(chord.chord, tuning);
+    const TARVChordShapeGeneratorPtr generator = generatorFor(chord.chord, tuning, options);
     ShapeList shapes;
     for (const TARVChordShapePtr& shape : chord.shapes) {
-        if (generator->isValidChordShape(*shape)) {
+        if (playsChord(*shape, chord.chord, tuning, generator.get(), options)) {
             shapes.add(shape);
         }
     }
@@ -218,19 +255,25 @@ WellKnownShapeFile readWellKnownShapeFile(const std::filesystem::path& path) {
 } // namespace
 
 const std::vector<ShippedTuning>& shippedTunings() {
+    // Scale lengths: guitar 648 mm (25.5"), bass 864 mm (34"), soprano ukulele and mandolin
+    // about 350 mm, baritone ukulele about 510 mm, 5-string banjo about 670 mm.
     static const std::vector<ShippedTuning> tunings{
-        {"Guitar", "Standard", "E2 A2 D3 G3 B3 E4", 22},
-        {"Guitar", "Drop D", "D2 A2 D3 G3 B3 E4", 22},
-        {"Guitar", "DADGAD", "D2 A2 D3 G3 A3 D4", 22},
-        {"Guitar", "Open G", "D2 G2 D3 G3 B3 D4", 22},
-        {"Guitar", "Open D", "D2 A2 D3 F#3 A3 D4", 22},
-        {"Guitar", "Eb Standard", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22},
-        {"7-String Guitar", "Standard", "B1 E2 A2 D3 G3 B3 E4", 24},
-        {"Bass", "Standard", "E1 A1 D2 G2", 20},
-        {"5-String Bass", "Standard", "B0 E1 A1 D2 G2", 24},
-        {"Ukulele", "Standard", "G4 C4 E4 A4", 18},
-        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18},
-        {"Mandolin", "Standard", "G3 D4 A4 E5", 20},
+        {"Guitar", "Standard", "E2 A2 D3 G3 B3 E4", 22, 648, {}},
+        {"Guitar", "Drop D", "D2 A2 D3 G3 B3 E4", 22, 648, {}},
+        {"Guitar", "DADGAD", "D2 A2 D3 G3 A3 D4", 22, 648, {}},
+        {"Guitar", "Open G", "D2 G2 D3 G3 B3 D4", 22, 648, {}},
+        {"Guitar", "Open D", "D2 A2 D3 F#3 A3 D4", 22, 648, {}},
+        {"Guitar", "Eb Standard", "Eb2 Ab2 Db3 Gb3 Bb3 Eb4", 22, 648, {}},
+        {"7-String Guitar", "Standard", "B1 E2 A2 D3 G3 B3 E4", 24, 648, {}},
+        {"Bass", "Standard", "E1 A1 D2 G2", 20, 864, {}},
+        {"5-String Bass", "Standard", "B0 E1 A1 D2 G2", 24, 864, {}},
+        {"Ukulele", "Standard", "G4 C4 E4 A4", 18, 350, {}},
+        {"Ukulele", "Low G", "G3 C4 E4 A4", 18, 350, {}},
+        {"Ukulele", "D Tuning", "A4 D4 F#4 B4", 18, 350, {}},
+        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18, 510, {}},
+        {"Mandolin", "Standard", "G3 D4 A4 E5", 20, 350, {}},
+        // gDGBD: the short fifth string starts at the fifth fret.
+        {"Banjo", "Open G", "G4 D3 G3 B3 D4", 22, 670, {0, 0, 0, 0, 5}},
     };
     return tunings;
 }
@@ -241,6 +284,13 @@ SStringedInstrumentTuningPtr tuningForShippedTuning(const ShippedTuning& tuning)
     request.name = tuning.name;
     request.fretCount = tuning.fretCount;
     return tuningForRequest(request);
+}
+
+TARVPlayableOptions playableOptionsForShippedTuning(const ShippedTuning& tuning) {
+    TARVPlayableOptions options;
+    options.scaleLength = tuning.scaleLength;
+    options.stringStartFrets = tuning.stringStartFrets;
+    return options;
 }
 
 std::vector<CatalogueChord> chordCatalogue() {
@@ -305,8 +355,9 @@ ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
         const SStringedInstrumentTuningPtr tuning = tuningForShippedTuning(shipped);
         const std::string& noteString = tuning->asciiNoteString();
         if (!noteStrings.insert(noteString).second) {
-            throw InputError("two tunings share the note string " + quoted(noteString));
+            continue; // served by the file of the first tuning of this note string
         }
+        const TARVPlayableOptions options = playableOptionsForShippedTuning(shipped);
         const std::vector<WellKnownChord> wellKnown = wellKnownChords(wellKnownShapes, *tuning);
         std::unordered_map<std::string, const WellKnownChord*> wellKnownByKey;
         for (const WellKnownChord& chord : wellKnown) {
@@ -317,8 +368,9 @@ ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
         static const std::vector<TARVChordShapePtr> kNone;
         for (const CatalogueChord& entry : catalogue) {
             const auto found = wellKnownByKey.find(entry.chord->numericNoteStringValue());
-            const ShapeList shapes = shapesForChord(
-                entry.chord, tuning, found != wellKnownByKey.end() ? found->second->shapes : kNone);
+            const ShapeList shapes =
+                shapesForChord(entry.chord, tuning, options,
+                               found != wellKnownByKey.end() ? found->second->shapes : kNone);
             chords.push_back({{"name", entry.name}, {"shapes", shapes.serialization()}});
         }
         build.tuningFiles.push_back(
@@ -331,7 +383,7 @@ ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
                 continue;
             }
             // A chord without shapes would stop generation for it; it is left out.
-            const ShapeList shapes = validShapes(chord, tuning);
+            const ShapeList shapes = validShapes(chord, tuning, options);
             if (!shapes.empty()) {
                 curated.push_back({{"name", chord.name}, {"shapes", shapes.serialization()}});
             }

@@ -2,6 +2,7 @@
 
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVPlayableOptions.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -18,15 +19,27 @@ struct ShippedTuning {
     std::string name;
     /// Open strings from the lowest to the highest, as players write them ("E2 A2 D3 G3 B3 E4").
     std::string pitches;
-    /// The frets of the instrument's neck; generation uses them all.
+    /// The frets of the instrument's neck; the search uses them all.
     int fretCount = 0;
+    /// The instrument's scale length in millimetres, by which the ranking measures stretches.
+    double scaleLength = 648.0;
+    /// The fret at which each string starts, by string number (string 0 is the last of
+    /// `pitches`); empty or 0 is the nut. The banjo's short fifth string starts at fret 5.
+    std::vector<std::uint8_t> stringStartFrets;
 };
 
-/// The tunings of the shipped shape cache files, in the order they are built.
+/// The tunings of the shipped shape cache files, in the order they are built. A file is named
+/// by the tuning's note string, which has no octaves: a tuning whose note string an earlier one
+/// already has (low-G ukulele after the re-entrant one) is served by that tuning's file, which
+/// holds fret patterns that play each chord on both.
 const std::vector<ShippedTuning>& shippedTunings();
 
 /// The tuning object of `tuning`.
 SStringedInstrumentTuningPtr tuningForShippedTuning(const ShippedTuning& tuning);
+
+/// The options of the playable ranking for `tuning`: its scale length and the frets its strings
+/// start at, the ranking's defaults otherwise.
+TARVPlayableOptions playableOptionsForShippedTuning(const ShippedTuning& tuning);
 
 /// A chord of the catalogue and the symbol that names it in the files.
 struct CatalogueChord {
@@ -72,9 +85,12 @@ struct ShapeCacheBuild {
     nlohmann::json curatedShapes;
 };
 
-/// Builds the tuning dictionary of every tuning of `tunings` and the curated shapes. A chord's
-/// shapes are the well-known shapes listed for its tuning (those that play the chord, in their
-/// order), then the best generated shapes, each shape once.
+/// Builds the tuning dictionary of every tuning of `tunings` (one per note string: the first
+/// tuning of a note string builds its file) and the curated shapes. A chord's shapes are the
+/// well-known shapes listed for its tuning (those that play the chord, in their order), then the
+/// shapes of the playable ranking in its order, each shape once. A chord for which the ranking
+/// finds nothing holds the generated shapes instead, as the cached entry would generate them,
+/// except on a neck with strings that start above the nut, which the generator does not know.
 ShapeCacheBuild buildShapeCaches(const std::vector<ShippedTuning>& tunings,
                                  const std::vector<WellKnownShapeFile>& wellKnownShapes);
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace tarv {
 
@@ -30,6 +31,16 @@ struct TARVPlayableOptions {
     /// means `defaultRootInBass` of the tuning: required on instruments with a bass register,
     /// a cost elsewhere (a re-entrant ukulele has no bass string).
     std::optional<bool> requireRootInBass;
+    /// The fret at which each string starts, by string number (0 = the tuning's first string, the
+    /// numbering of TARVPlayableShape::frets); a missing entry or 0 is the nut. A string that
+    /// starts at fret n (the banjo's short fifth string: 5) sounds its open pitch when played open,
+    /// and at a fret m > n the open pitch raised by m - n semitones; frets 1..n are not on it.
+    /// Frets in shapes count from the nut of the neck, as banjo tablature writes them.
+    ///
+    /// A capo at fret c below a string's start leaves that string open (frets above the capo
+    /// c + 1..n are not on it); a capo at or above its start frets it, so that it sounds c - n
+    /// semitones above its open pitch.
+    std::vector<std::uint8_t> stringStartFrets;
     /// The model that scores voicings; null means the model compiled into the library.
     const TARVPlayabilityModel* model = nullptr;
 
