@@ -256,7 +256,7 @@ WellKnownShapeFile readWellKnownShapeFile(const std::filesystem::path& path) {
 
 const std::vector<ShippedTuning>& shippedTunings() {
     // Scale lengths: guitar 648 mm (25.5"), bass 864 mm (34"), soprano ukulele and mandolin
-    // about 350 mm, baritone ukulele about 510 mm, 5-string banjo about 670 mm.
+    // about 350 mm, baritone ukulele about 480 mm (19"), 5-string banjo about 670 mm.
     static const std::vector<ShippedTuning> tunings{
         {"Guitar", "Standard", "E2 A2 D3 G3 B3 E4", 22, 648, {}},
         {"Guitar", "Drop D", "D2 A2 D3 G3 B3 E4", 22, 648, {}},
@@ -270,7 +270,7 @@ const std::vector<ShippedTuning>& shippedTunings() {
         {"Ukulele", "Standard", "G4 C4 E4 A4", 18, 350, {}},
         {"Ukulele", "Low G", "G3 C4 E4 A4", 18, 350, {}},
         {"Ukulele", "D Tuning", "A4 D4 F#4 B4", 18, 350, {}},
-        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18, 510, {}},
+        {"Ukulele", "Baritone", "D3 G3 B3 E4", 18, 480, {}},
         {"Mandolin", "Standard", "G3 D4 A4 E5", 20, 350, {}},
         // gDGBD: the short fifth string starts at the fifth fret.
         {"Banjo", "Open G", "G4 D3 G3 B3 D4", 22, 670, {0, 0, 0, 0, 5}},

@@ -925,7 +925,7 @@ int main(int argc, char** argv) {
     buildCacheCommand->footer(
         "Each shape cache file holds every chord of the catalogue (12 roots times every chord "
         "quality, and the major and minor triads over their third and fifth): the well-known "
-        "shapes listed for its tuning first, then the best generated shapes. The curated "
+        "shapes listed for its tuning first, then the playable ranking's shapes. The curated "
         "shapes file holds the well-known shapes of the other chords.\nExit status 1 when "
         "--check finds a file missing or different, 2 when the well-known shapes cannot be "
         "read.");
