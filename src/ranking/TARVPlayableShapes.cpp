@@ -380,6 +380,7 @@ struct Found {
     double score = 0;
     FretList frets;
     Model::Features features;
+    int neckPosition = 0;
 };
 
 /// A voicing the rules allow, before its fingering is known: where its frets lie in
@@ -538,6 +539,8 @@ private:
         unsigned above = 0;
         int aboveCount = 0;
         std::int32_t lowestPitch = std::numeric_limits<std::int32_t>::max();
+        /// The pitch class of `lowestPitch`, as a bit.
+        std::uint16_t lowestBit = 0;
         std::int32_t pitchSum = 0;
         int sounding = 0;
         int open = 0;
@@ -563,7 +566,7 @@ private:
         // Once nothing left can sound lower, the bass is settled.
         if (_context.strictBass && state.lowestPitch < _suffixLowest[depth] &&
             state.lowestPitch != std::numeric_limits<std::int32_t>::max() &&
-            (classBit(state.lowestPitch) & _context.bassMask) == 0) {
+            (state.lowestBit & _context.bassMask) == 0) {
             return;
         }
         // A window's shapes fret its first fret.
@@ -599,7 +602,10 @@ private:
             if (fret >= 0) {
                 const std::int32_t pitch = choice.pitch;
                 next.covered = static_cast<std::uint16_t>(next.covered | choice.bit);
-                next.lowestPitch = std::min(next.lowestPitch, pitch);
+                if (pitch < next.lowestPitch) {
+                    next.lowestPitch = pitch;
+                    next.lowestBit = choice.bit;
+                }
                 next.pitchSum += pitch;
                 ++next.sounding;
                 next.firstSounding = std::min(next.firstSounding, stringNumber);
@@ -649,8 +655,7 @@ private:
         sum += w[Model::Doubled] * (sounding - bitCount(state.covered));
         sum += w[Model::Dropped] *
                bitCount(static_cast<std::uint16_t>(_context.toneMask & ~state.covered));
-        sum += w[Model::RootNotInBass] *
-               ((classBit(state.lowestPitch) & _context.bassMask) != 0 ? 0 : 1);
+        sum += w[Model::RootNotInBass] * ((state.lowestBit & _context.bassMask) != 0 ? 0 : 1);
         sum += w[Model::Register] *
                ((static_cast<double>(state.pitchSum) / sounding - _context.meanOpenPitch) / 12.0);
         sum += w[Model::FretRange] * range;
@@ -712,7 +717,8 @@ bool evaluateLeaf(const Context& context, const Leaves& leaves, const Leaf& leaf
     if (!measure(context, frets, true, memo, features)) {
         return false;
     }
-    found.push_back({context.model->score(features, context.family), FretList(frets), features});
+    found.push_back({context.model->score(features, context.family), FretList(frets), features,
+                     ranking::neckPosition(frets)});
     return true;
 }
 
@@ -746,13 +752,13 @@ bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, doubl
             }
             double adjusted = all[i]->score;
             bool transposition = false;
-            const int position = ranking::neckPosition(all[i]->frets);
+            const int position = all[i]->neckPosition;
             for (const std::size_t listed : picked) {
                 if (ranking::isTransposition(all[i]->frets, all[listed]->frets)) {
                     transposition = true;
                     break;
                 }
-                if (std::abs(position - ranking::neckPosition(all[listed]->frets)) < 3) {
+                if (std::abs(position - all[listed]->neckPosition) < 3) {
                     adjusted += kPositionSpreadPenalty;
                 }
             }
