@@ -3,10 +3,73 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
+#include <vector>
 
 namespace tarv {
 
 namespace {
+
+/// A list kept inside the object up to `N` entries (the strings of real instruments), on the
+/// heap beyond: the fingering of one shape then allocates nothing.
+template <typename T, std::size_t N> class InlineList {
+public:
+    InlineList() = default;
+    InlineList(const InlineList&) = delete;
+    InlineList& operator=(const InlineList& other) {
+        if (this != &other) {
+            clear();
+            for (const T& value : other) {
+                push_back(value);
+            }
+        }
+        return *this;
+    }
+
+    void push_back(const T& value) {
+        if (_size == _capacity) {
+            grow();
+        }
+        _data[_size++] = value;
+    }
+    template <typename... Args> void emplace_back(Args&&... args) {
+        push_back(T{std::forward<Args>(args)...});
+    }
+    void assign(std::size_t count, const T& value) {
+        clear();
+        for (std::size_t i = 0; i < count; ++i) {
+            push_back(value);
+        }
+    }
+    void clear() noexcept { _size = 0; }
+    bool empty() const noexcept { return _size == 0; }
+    std::size_t size() const noexcept { return _size; }
+    T& operator[](std::size_t i) noexcept { return _data[i]; }
+    const T& operator[](std::size_t i) const noexcept { return _data[i]; }
+    T& front() noexcept { return _data[0]; }
+    const T& front() const noexcept { return _data[0]; }
+    T* begin() noexcept { return _data; }
+    T* end() noexcept { return _data + _size; }
+    const T* begin() const noexcept { return _data; }
+    const T* end() const noexcept { return _data + _size; }
+
+private:
+    void grow() {
+        std::vector<T> larger(std::max<std::size_t>(2 * _capacity, 1));
+        std::copy(begin(), end(), larger.begin());
+        _heap = std::move(larger);
+        _data = _heap.data();
+        _capacity = _heap.size();
+    }
+
+    std::array<T, N> _inline {};
+    std::vector<T> _heap;
+    T* _data = _inline.data();
+    std::size_t _size = 0;
+    std::size_t _capacity = N;
+};
+
+constexpr std::size_t kInlineStrings = 16;
 
 struct Position {
     std::uint8_t string;
@@ -44,8 +107,8 @@ struct Candidate {
 /// The best way to give `positions` (sorted by fret, then thicker string first) distinct
 /// fingers from `available` (ascending), after a barre of finger 1 at `barreFret` when
 /// `barreFret` > 0.
-Candidate assignFingers(const std::vector<Unit>& positions,
-                        const std::vector<std::uint8_t>& available, std::int8_t barreFret) {
+Candidate assignFingers(const InlineList<Unit, kInlineStrings>& positions,
+                        const InlineList<std::uint8_t, 4>& available, std::int8_t barreFret) {
     Candidate best;
     const std::size_t k = positions.size();
     const std::size_t n = available.size();
@@ -163,7 +226,7 @@ std::string TARVFingering::text() const {
 std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const std::int8_t> frets,
                                                               const Hand& hand) {
     const std::size_t stringCount = frets.size();
-    std::vector<Position> fretted;
+    InlineList<Position, kInlineStrings> fretted;
     for (std::size_t s = 0; s < stringCount; ++s) {
         if (frets[s] > 0) {
             fretted.push_back({static_cast<std::uint8_t>(s), frets[s]});
@@ -181,19 +244,19 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
 
     struct Choice {
         double strain = std::numeric_limits<double>::infinity();
-        std::vector<std::uint8_t> fingers;
-        std::vector<Barre> barres;
+        InlineList<std::uint8_t, kInlineStrings> fingers;
+        InlineList<Barre, kInlineStrings> barres;
         double stretch = 0;
         double crossing = 0;
     };
     Choice best;
 
     // Working lists, reused by every arrangement considered.
-    std::vector<Position> rest;
-    std::vector<std::uint8_t> available;
-    std::vector<std::pair<std::size_t, std::size_t>> runs;
-    std::vector<Unit> units;
-    std::vector<Barre> chosenBarres;
+    InlineList<Position, kInlineStrings> rest;
+    InlineList<std::uint8_t, 4> available;
+    InlineList<std::pair<std::size_t, std::size_t>, 4> runs;
+    InlineList<Unit, kInlineStrings> units;
+    InlineList<Barre, kInlineStrings> chosenBarres;
     const auto consider = [&](const std::optional<Barre>& barre, bool thumb) {
         rest.clear();
         std::optional<Position> thumbPosition;
@@ -303,7 +366,7 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
 
     // Barres of the index finger at the lowest fret: both ends at that fret, and every string
     // between them sounding at it or higher.
-    std::vector<Barre> barres;
+    InlineList<Barre, kInlineStrings> barres;
     for (std::size_t low = 0; low < stringCount; ++low) {
         if (frets[low] != lowest) {
             continue;
@@ -335,7 +398,8 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
     }
     std::sort(best.barres.begin(), best.barres.end(),
               [](const Barre& a, const Barre& b) { return a.fret < b.fret; });
-    return TARVFingering(std::move(best.fingers), std::move(best.barres), best.stretch,
+    return TARVFingering(std::vector<std::uint8_t>(best.fingers.begin(), best.fingers.end()),
+                         std::vector<Barre>(best.barres.begin(), best.barres.end()), best.stretch,
                          best.crossing);
 }
 

@@ -44,11 +44,22 @@ struct Context {
     double maxReach = 115.0;
     double scaleLength = 648.0;
     double meanOpenPitch = 0;
+    /// `fingerPosition` of every fret above the capo, up to `maxFret`.
+    std::vector<double> fingerPositions;
     TARVFingering::Hand hand;
     const Model* model = nullptr;
     Model::Family family = Model::Family::Long;
     const Model::FormTable* forms = nullptr;
 };
+
+/// Set bits of a pitch-class mask.
+int bitCount(std::uint16_t mask) {
+    int count = 0;
+    for (; mask != 0; mask = static_cast<std::uint16_t>(mask & (mask - 1))) {
+        ++count;
+    }
+    return count;
+}
 
 std::uint16_t classBit(int pitchClass) {
     return static_cast<std::uint16_t>(1u << (((pitchClass % 12) + 12) % 12));
@@ -69,9 +80,10 @@ double fingerPosition(double scaleLength, int absoluteFret) {
     return scaleLength * (1.0 - std::exp2(-(absoluteFret - 0.5) / 12.0));
 }
 
+/// `lowFret` and `highFret` lie between 0 and `maxFret`.
 double reachBetween(const Context& context, int lowFret, int highFret) {
-    return fingerPosition(context.scaleLength, context.capo + highFret) -
-           fingerPosition(context.scaleLength, context.capo + lowFret);
+    return context.fingerPositions[static_cast<std::size_t>(highFret)] -
+           context.fingerPositions[static_cast<std::size_t>(lowFret)];
 }
 
 bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr& tuning,
@@ -132,6 +144,9 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
         options.scaleLength.value_or(TARVPlayableOptions::defaultScaleLength(*tuning));
     if (!(context.scaleLength > 0)) {
         return false;
+    }
+    for (int fret = 0; fret <= context.maxFret; ++fret) {
+        context.fingerPositions.push_back(fingerPosition(context.scaleLength, context.capo + fret));
     }
     context.hand.allowThumb = options.allowThumb;
     context.model = options.model != nullptr ? options.model : &Model::shared();
@@ -365,6 +380,7 @@ struct Found {
     double score = 0;
     FretList frets;
     Model::Features features;
+    int neckPosition = 0;
 };
 
 /// A voicing the rules allow, before its fingering is known: where its frets lie in
@@ -464,16 +480,18 @@ public:
             }
             bool windowHasTone = window == 0;
             for (std::size_t s = 0; s < _context.stringCount; ++s) {
-                std::vector<std::int8_t>& choices = _choices[s];
+                std::vector<Choice>& choices = _choices[s];
                 choices.clear();
-                choices.push_back(-1);
+                choices.push_back({-1, 0, 0});
                 if ((classBit(_context.openClass[s]) & _context.toneMask) != 0) {
-                    choices.push_back(0);
+                    choices.push_back(
+                        {0, classBit(_context.openClass[s]), pitchAt(_context, s, 0)});
                 }
                 for (int fret = std::max({window, 1, _context.startFret[s] + 1});
                      window > 0 && fret <= last; ++fret) {
-                    if ((classBit(pitchAt(_context, s, fret)) & _context.toneMask) != 0) {
-                        choices.push_back(static_cast<std::int8_t>(fret));
+                    const std::int32_t pitch = pitchAt(_context, s, fret);
+                    if ((classBit(pitch) & _context.toneMask) != 0) {
+                        choices.push_back({static_cast<std::int8_t>(fret), classBit(pitch), pitch});
                         windowHasTone = windowHasTone || fret == window;
                     }
                 }
@@ -495,115 +513,160 @@ public:
                 std::uint16_t mask = 0;
                 std::int32_t lowest = std::numeric_limits<std::int32_t>::max();
                 bool atWindow = false;
-                for (const std::int8_t fret : _choices[s]) {
-                    if (fret >= 0) {
-                        const std::int32_t pitch = pitchAt(_context, s, fret);
-                        mask |= classBit(pitch);
-                        lowest = std::min(lowest, pitch);
-                        atWindow = atWindow || fret == window;
+                for (const Choice& choice : _choices[s]) {
+                    if (choice.fret >= 0) {
+                        mask |= choice.bit;
+                        lowest = std::min(lowest, choice.pitch);
+                        atWindow = atWindow || choice.fret == window;
                     }
                 }
                 _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
                 _suffixLowest[depth] = std::min(_suffixLowest[depth + 1], lowest);
                 _suffixWindow[depth] = _suffixWindow[depth + 1] || atWindow;
             }
-            descend(0, 0, 0u, window == 0, std::numeric_limits<std::int32_t>::max());
+            State start;
+            start.atWindow = window == 0;
+            descend(0, start);
         }
     }
 
 private:
-    void descend(std::size_t depth, std::uint16_t covered, unsigned above, bool atWindow,
-                 std::int32_t lowestPitch) {
-        const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~covered);
-        if ((missing & ~_suffixMask[depth]) != 0) {
+    /// What the strings chosen so far add up to.
+    struct State {
+        std::uint16_t covered = 0;
+        bool atWindow = false;
+        /// Frets above the window's first, one bit each, and how many.
+        unsigned above = 0;
+        int aboveCount = 0;
+        std::int32_t lowestPitch = std::numeric_limits<std::int32_t>::max();
+        /// The pitch class of `lowestPitch`, as a bit.
+        std::uint16_t lowestBit = 0;
+        std::int32_t pitchSum = 0;
+        int sounding = 0;
+        int open = 0;
+        int fretted = 0;
+        int firstSounding = std::numeric_limits<int>::max();
+        int lastSounding = -1;
+        /// `TARVPlayabilityModel::formKey` of the frets chosen so far, for a shape whose lowest
+        /// sounding fret is the nut and for one whose lowest is the window's first fret, and
+        /// whether each still fits the key.
+        std::uint64_t openFormKey = std::uint64_t{1} << 63;
+        std::uint64_t windowFormKey = 0;
+        bool openFormFits = true;
+        bool windowFormFits = true;
+    };
+
+    void descend(std::size_t depth, const State& state) {
+        // Every string left adds one tone at most.
+        const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~state.covered);
+        if ((missing & ~_suffixMask[depth]) != 0 ||
+            static_cast<std::size_t>(bitCount(missing)) > _order.size() - depth) {
             return;
         }
         // Once nothing left can sound lower, the bass is settled.
-        if (_context.strictBass && lowestPitch < _suffixLowest[depth] &&
-            lowestPitch != std::numeric_limits<std::int32_t>::max() &&
-            (classBit(lowestPitch) & _context.bassMask) == 0) {
+        if (_context.strictBass && state.lowestPitch < _suffixLowest[depth] &&
+            state.lowestPitch != std::numeric_limits<std::int32_t>::max() &&
+            (state.lowestBit & _context.bassMask) == 0) {
             return;
         }
         // A window's shapes fret its first fret.
-        if (!atWindow && !_suffixWindow[depth]) {
+        if (!state.atWindow && !_suffixWindow[depth]) {
             return;
         }
         if (depth == _order.size()) {
-            _leaves.leaves.push_back({bound(covered, above, lowestPitch), _leaves.frets.size()});
+            _leaves.leaves.push_back({bound(state), _leaves.frets.size()});
             _leaves.frets.insert(_leaves.frets.end(), _frets.begin(), _frets.end());
             return;
         }
         const std::size_t string = _order[depth];
+        const int stringNumber = static_cast<int>(string);
+        const unsigned keyShift = 4 * static_cast<unsigned>(string);
         // A note at the window's first fret takes the index finger (alone or as a barre);
         // every fret above it needs a finger of its own: three are left, four with the thumb.
         const int aboveLimit = _context.hand.allowThumb ? 4 : 3;
-        for (const std::int8_t fret : _choices[string]) {
-            const bool isAbove = fret > _window && _window > 0;
-            const unsigned aboveBit = isAbove ? 1u << (fret - _window) : 0u;
-            if (isAbove && std::popcount(above | aboveBit) > aboveLimit) {
-                continue;
+        State next;
+        for (const Choice& choice : _choices[string]) {
+            const std::int8_t fret = choice.fret;
+            next = state;
+            if (fret > _window && _window > 0) {
+                const unsigned aboveBit = 1u << (fret - _window);
+                if ((state.above & aboveBit) == 0) {
+                    if (state.aboveCount == aboveLimit) {
+                        continue;
+                    }
+                    next.above |= aboveBit;
+                    ++next.aboveCount;
+                }
             }
             _frets[string] = fret;
-            std::uint16_t bit = 0;
-            std::int32_t lowest = lowestPitch;
             if (fret >= 0) {
-                const std::int32_t pitch = pitchAt(_context, string, fret);
-                bit = classBit(pitch);
-                lowest = std::min(lowest, pitch);
+                const std::int32_t pitch = choice.pitch;
+                next.covered = static_cast<std::uint16_t>(next.covered | choice.bit);
+                if (pitch < next.lowestPitch) {
+                    next.lowestPitch = pitch;
+                    next.lowestBit = choice.bit;
+                }
+                next.pitchSum += pitch;
+                ++next.sounding;
+                next.firstSounding = std::min(next.firstSounding, stringNumber);
+                next.lastSounding = std::max(next.lastSounding, stringNumber);
+                if (fret == 0) {
+                    ++next.open;
+                } else {
+                    ++next.fretted;
+                    next.atWindow = next.atWindow || fret == _window;
+                }
+                if (string < 16) {
+                    const auto openValue = static_cast<std::uint64_t>(fret + 1);
+                    next.openFormFits = next.openFormFits && openValue <= 15 && string != 15;
+                    next.openFormKey |= openValue << keyShift;
+                    if (fret > 0) {
+                        const auto windowValue = static_cast<std::uint64_t>(fret - _window + 1);
+                        next.windowFormFits = next.windowFormFits && windowValue <= 15;
+                        next.windowFormKey |= windowValue << keyShift;
+                    }
+                }
             }
-            descend(depth + 1, static_cast<std::uint16_t>(covered | bit), above | aboveBit,
-                    atWindow || (fret == _window && _window > 0), lowest);
+            descend(depth + 1, next);
         }
         _frets[string] = -1;
     }
 
     /// The score of the current frets with every term of the fingering at its most favourable
     /// value: the features are those `measure` finds.
-    double bound(std::uint16_t covered, unsigned above, std::int32_t lowestPitch) const {
+    double bound(const State& state) const {
         const auto& w = _context.model->weights(_context.family);
-        int sounding = 0;
-        int open = 0;
-        int fretted = 0;
-        double pitchSum = 0;
-        int firstSounding = -1;
-        int lastSounding = -1;
-        for (std::size_t s = 0; s < _frets.size(); ++s) {
-            const int fret = _frets[s];
-            if (fret < 0) {
-                continue;
-            }
-            ++sounding;
-            pitchSum += pitchAt(_context, s, fret);
-            if (firstSounding < 0) {
-                firstSounding = static_cast<int>(s);
-            }
-            lastSounding = static_cast<int>(s);
-            open += fret == 0 ? 1 : 0;
-            fretted += fret > 0 ? 1 : 0;
-        }
-        const int lowestFret = fretted > 0 ? _window : 0;
-        const int range = above == 0 ? 0 : std::bit_width(above) - 1;
+        const int lowestFret = state.fretted > 0 ? _window : 0;
+        const int range = state.above == 0 ? 0 : std::bit_width(state.above) - 1;
         const int highestFret = lowestFret + range;
         const int strings = static_cast<int>(_frets.size());
-        double sum = _floor(static_cast<std::size_t>(fretted),
-                            static_cast<std::size_t>(std::popcount(above) + (fretted > 0 ? 1 : 0)));
+        const int open = state.open;
+        const int sounding = state.sounding;
+        double sum =
+            _floor(static_cast<std::size_t>(state.fretted),
+                   static_cast<std::size_t>(state.aboveCount + (state.fretted > 0 ? 1 : 0)));
         sum += w[Model::Reach] * _reach[static_cast<std::size_t>(range)];
         sum += w[Model::Position] * lowestFret;
         sum += w[Model::Open] * open;
-        sum += w[Model::MutedTreble] * firstSounding;
-        sum += w[Model::MutedBass] * (strings - 1 - lastSounding);
-        sum += w[Model::MutedInner] * (lastSounding - firstSounding + 1 - sounding);
+        sum += w[Model::MutedTreble] * state.firstSounding;
+        sum += w[Model::MutedBass] * (strings - 1 - state.lastSounding);
+        sum += w[Model::MutedInner] * (state.lastSounding - state.firstSounding + 1 - sounding);
         sum += w[Model::ThinVoicing] * std::max(0, strings - 2 - sounding);
-        sum += w[Model::Doubled] * (sounding - std::popcount(covered));
+        sum += w[Model::Doubled] * (sounding - bitCount(state.covered));
         sum += w[Model::Dropped] *
-               std::popcount(static_cast<std::uint16_t>(_context.toneMask & ~covered));
-        sum += w[Model::RootNotInBass] * ((classBit(lowestPitch) & _context.bassMask) != 0 ? 0 : 1);
-        sum += w[Model::Register] * ((pitchSum / sounding - _context.meanOpenPitch) / 12.0);
+               bitCount(static_cast<std::uint16_t>(_context.toneMask & ~state.covered));
+        sum += w[Model::RootNotInBass] * ((state.lowestBit & _context.bassMask) != 0 ? 0 : 1);
+        sum += w[Model::Register] *
+               ((static_cast<double>(state.pitchSum) / sounding - _context.meanOpenPitch) / 12.0);
         sum += w[Model::FretRange] * range;
         sum += w[Model::OpenWithHighFrets] * (highestFret > kHighFret ? open : 0);
         sum += w[Model::OpenAwayFromNut] * open * std::max(0, lowestFret - 1);
-        if (_context.forms != nullptr) {
-            const auto found = _context.forms->find(Model::formKey(_frets.data(), _frets.size()));
+        // An open string makes the nut the lowest sounding fret; with sixteen strings such a
+        // form has no key.
+        const bool fits = open > 0 ? state.openFormFits && strings < 16 : state.windowFormFits;
+        if (_context.forms != nullptr && strings <= 16 && fits) {
+            const std::uint64_t key = open > 0 ? state.openFormKey : state.windowFormKey;
+            const auto found = _context.forms->find(key);
             if (found != _context.forms->end()) {
                 sum += w[Model::FamiliarForm] * found->second;
             }
@@ -615,7 +678,13 @@ private:
     Leaves& _leaves;
     FingeringFloor _floor;
     std::vector<std::int8_t> _frets;
-    std::vector<std::vector<std::int8_t>> _choices;
+    /// What each string may do in the window, with the pitch and pitch class it sounds.
+    struct Choice {
+        std::int8_t fret;
+        std::uint16_t bit;
+        std::int32_t pitch;
+    };
+    std::vector<std::vector<Choice>> _choices;
     std::vector<std::size_t> _order;
     std::vector<std::uint16_t> _suffixMask;
     std::vector<std::int32_t> _suffixLowest;
@@ -648,7 +717,8 @@ bool evaluateLeaf(const Context& context, const Leaves& leaves, const Leaf& leaf
     if (!measure(context, frets, true, memo, features)) {
         return false;
     }
-    found.push_back({context.model->score(features, context.family), FretList(frets), features});
+    found.push_back({context.model->score(features, context.family), FretList(frets), features,
+                     ranking::neckPosition(frets)});
     return true;
 }
 
@@ -682,13 +752,13 @@ bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, doubl
             }
             double adjusted = all[i]->score;
             bool transposition = false;
-            const int position = ranking::neckPosition(all[i]->frets);
+            const int position = all[i]->neckPosition;
             for (const std::size_t listed : picked) {
                 if (ranking::isTransposition(all[i]->frets, all[listed]->frets)) {
                     transposition = true;
                     break;
                 }
-                if (std::abs(position - ranking::neckPosition(all[listed]->frets)) < 3) {
+                if (std::abs(position - all[listed]->neckPosition) < 3) {
                     adjusted += kPositionSpreadPenalty;
                 }
             }
@@ -751,44 +821,51 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
         return ranked;
     }
     Leaves leaves = searchLeaves(context);
+    // Voicings are fingered and scored in the order of their bounds, until the ones left cannot
+    // change the list: a heap of the pending ones, least bound on top.
     std::vector<Leaf>& pending = leaves.leaves;
     const auto byBound = [](const Leaf& a, const Leaf& b) {
-        return a.bound < b.bound;
+        return a.bound > b.bound;
     };
-    // Voicings are fingered and scored in the order of their bounds, a batch at a time, until
-    // the ones left cannot change the list.
+    std::make_heap(pending.begin(), pending.end(), byBound);
     FingeringMemo memo(context.hand);
     std::vector<Found> found;
+    found.reserve(std::min<std::size_t>(pending.size(), 256));
+    // The found voicings, ranked.
+    std::vector<std::size_t> order;
     std::vector<const Found*> below;
     std::vector<std::size_t> picked;
-    std::size_t done = 0;
-    std::size_t batch = std::max<std::size_t>(32, 2 * options.maximumShapes);
+    const auto ranks = [&found](std::size_t a, std::size_t b) {
+        return rankedBefore(found[a], found[b]);
+    };
+    std::size_t nextCheck = std::max<std::size_t>(16, options.maximumShapes);
     for (;;) {
-        const std::size_t end = std::min(pending.size(), done + batch);
-        if (end < pending.size()) {
-            std::nth_element(pending.begin() + static_cast<std::ptrdiff_t>(done),
-                             pending.begin() + static_cast<std::ptrdiff_t>(end), pending.end(),
-                             byBound);
-        }
-        for (std::size_t i = done; i < end; ++i) {
-            evaluateLeaf(context, leaves, pending[i], memo, found);
-        }
-        done = end;
-        const bool complete = done == pending.size();
-        const double limit =
-            complete ? std::numeric_limits<double>::infinity() : pending[done].bound;
-        below.clear();
-        for (const Found& entry : found) {
-            if (complete || entry.score < limit) {
-                below.push_back(&entry);
+        if (!pending.empty()) {
+            std::pop_heap(pending.begin(), pending.end(), byBound);
+            const Leaf leaf = pending.back();
+            pending.pop_back();
+            if (evaluateLeaf(context, leaves, leaf, memo, found)) {
+                const std::size_t index = found.size() - 1;
+                order.insert(std::upper_bound(order.begin(), order.end(), index, ranks), index);
             }
         }
-        std::sort(below.begin(), below.end(),
-                  [](const Found* a, const Found* b) { return rankedBefore(*a, *b); });
+        const bool complete = pending.empty();
+        if (!complete && found.size() < nextCheck) {
+            continue;
+        }
+        const double limit =
+            complete ? std::numeric_limits<double>::infinity() : pending.front().bound;
+        below.clear();
+        for (const std::size_t index : order) {
+            if (!(found[index].score < limit)) {
+                break;
+            }
+            below.push_back(&found[index]);
+        }
         if (pick(below, options.maximumShapes, limit, complete, picked)) {
             break;
         }
-        batch *= 2;
+        nextCheck = found.size() + std::max<std::size_t>(4, found.size() / 8);
     }
     ranked.reserve(picked.size());
     for (const std::size_t i : picked) {
