@@ -49,7 +49,7 @@ const std::vector<ShippedTuning> kShippedTunings{
     {"B0 E1 A1 D2 G2", 24, 864},
     {"G4 C4 E4 A4", 18, 350},
     {"A4 D4 F#4 B4", 18, 350},
-    {"D3 G3 B3 E4", 18, 510},
+    {"D3 G3 B3 E4", 18, 480},
     {"G3 D4 A4 E5", 20, 350},
     {"G4 D3 G3 B3 D4", 22, 670, {0, 0, 0, 0, 5}}, // banjo: the short fifth string
 };
