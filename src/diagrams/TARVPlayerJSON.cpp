@@ -55,6 +55,24 @@ std::string TARVPlayerJSON::capoJSON(const SStringedInstrumentTuning& tuning) {
     return dumped(capo);
 }
 
+std::string TARVPlayerJSON::chordShapesJSON(const SChordPtr& chord,
+                                            const SStringedInstrumentTuning& tuning,
+                                            std::span<const TARVPlayableShape> shapes,
+                                            const std::string& instrumentName) {
+    if (!chord) {
+        return {};
+    }
+    std::string line = TARVShapeJSON::answerJSON(*chord, tuning, shapes, instrumentName);
+    if (tuning.capo() > 0 && !line.empty() && line.back() == '}') {
+        const SChordPtr played = TARVChordNaming::transposedChord(chord, -tuning.capo());
+        line.pop_back();
+        line += ",\"capo\":" + capoJSON(tuning) +
+                ",\"playedAs\":" + dumped(played ? played->name() : chord->symbol()) +
+                ",\"soundsAs\":" + dumped(chord->symbol()) + "}";
+    }
+    return line;
+}
+
 std::string TARVPlayerJSON::nameJSON(const TARVChordNaming::Name& name,
                                      const SStringedInstrumentTuning& tuning) {
     json object = json::object();

@@ -13,24 +13,12 @@ void writeJsonLine(std::ostream& out, const nlohmann::ordered_json& object) {
     out.flush();
 }
 
-std::string dumped(const nlohmann::ordered_json& value) {
-    return value.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-}
-
 } // namespace
 
 void JsonFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                      const SStringedInstrumentTuning& tuning) {
-    std::string line =
-        TARVShapeJSON::answerJSON(*answer.chord, tuning, answer.shapes, _instrumentName);
-    if (tuning.capo() > 0 && !line.empty() && line.back() == '}') {
-        const SChordPtr played = playedChord(answer.chord, tuning);
-        line.pop_back();
-        line += ",\"capo\":" + TARVPlayerJSON::capoJSON(tuning) +
-                ",\"playedAs\":" + dumped(played ? played->name() : answer.chord->symbol()) +
-                ",\"soundsAs\":" + dumped(answer.chord->symbol()) + "}";
-    }
-    _out << line << "\n";
+    _out << TARVPlayerJSON::chordShapesJSON(answer.chord, tuning, answer.shapes, _instrumentName)
+         << "\n";
     _out.flush();
 }
 

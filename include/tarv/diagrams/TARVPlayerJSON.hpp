@@ -26,6 +26,14 @@ public:
     /// {"fret", "convention"}: the capo of `tuning` and how frets and names relate to it.
     static std::string capoJSON(const SStringedInstrumentTuning& tuning);
 
+    /// The answer of `shapes` for one chord: `TARVShapeJSON::answerJSON`, and with a capo also
+    /// "capo", "playedAs" (the chord the shapes make as fingered) and "soundsAs" (`chord`).
+    /// Empty for no chord.
+    static std::string chordShapesJSON(const SChordPtr& chord,
+                                       const SStringedInstrumentTuning& tuning,
+                                       std::span<const TARVPlayableShape> shapes,
+                                       const std::string& instrumentName = {});
+
     /// One name of a shape read relative to the capo of `tuning`: {"symbol", "kind", "omitted"},
     /// and "soundsAs" with a capo.
     static std::string nameJSON(const TARVChordNaming::Name& name,
