@@ -73,9 +73,12 @@ void checkConvertible(const StringedInstrumentTuningDescriptor& tuning,
 SChordPtr chordForSymbol(std::string_view symbol) {
     SChordPtr chord = SChord::chordWithString(symbol);
     if (!chord) {
-        throw py::value_error("cannot read the chord symbol " + inQuotes(symbol) +
-                              " (write a root, a quality and an optional slash bass: \"C\", "
-                              "\"F#m7b5\", \"C7(b9)\", \"Am/G\")");
+        const std::optional<std::string> suggestion = SChord::suggestionForString(symbol);
+        throw py::value_error(
+            "cannot read the chord symbol " + inQuotes(symbol) +
+            (suggestion ? " (did you mean " + inQuotes(*suggestion) + "?)"
+                        : std::string(" (write a root, a quality and an optional slash bass: "
+                                      "\"C\", \"F#m7b5\", \"C7(b9)\", \"Am/G\")")));
     }
     return chord;
 }

@@ -7,4 +7,5 @@ PYBIND11_MODULE(_core, module) {
     module.attr("library_version") = std::string(tarv::TARVVersionString());
     tarv::python::bindMusic(module);
     tarv::python::bindShapes(module);
+    tarv::python::bindPlayers(module);
 }

@@ -19,14 +19,6 @@ namespace tarv::python {
 
 namespace {
 
-/// `tarvguitar.Shape`: a shape of a chord in a tuning, with its place in the answer it came in.
-struct Shape {
-    TARVPlayableShape shape;
-    TuningPtr tuning;
-    SChordPtr chord;
-    std::size_t rank = 1;
-};
-
 TARVShapeQuery::Ranking rankingNamed(const std::string& rank) {
     if (rank == "playable") {
         return TARVShapeQuery::Ranking::Playable;
@@ -72,25 +64,6 @@ std::vector<Shape> rankedShapes(std::vector<TARVPlayableShape> found, const Tuni
     return shapes;
 }
 
-/// The per-string frets of a fret text ("x,3,2,0,1,0", or "x32010" one character a string),
-/// string 0 first, read by the library as the tool reads it. Throws py::value_error saying what
-/// does not read.
-std::vector<std::int8_t> fretsOfText(const std::string& text, std::uint8_t stringCount) {
-    TARVInstrumentText::FretText read;
-    try {
-        read = TARVInstrumentText::readFretText(text);
-    } catch (const TARVInstrumentText::Error& error) {
-        throw py::value_error(error.what());
-    }
-    if (read.stringCount != stringCount) {
-        throw py::value_error("the fret text " + pythonRepr(text) + " has " +
-                              std::to_string(read.stringCount) + " strings but the tuning has " +
-                              std::to_string(stringCount));
-    }
-    const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(read.notation);
-    return TARVPlayableShapes::fretsForChordShape(*shape, read.stringCount);
-}
-
 py::object jsonLoads(const std::string& text) {
     static const py::object loads = py::module_::import("json").attr("loads");
     return loads(text);
@@ -120,6 +93,22 @@ std::string shapeSVG(const Shape& self, bool leftHanded, bool horizontal) {
 }
 
 } // namespace
+
+std::vector<std::int8_t> fretsOfText(const std::string& text, std::uint8_t stringCount) {
+    TARVInstrumentText::FretText read;
+    try {
+        read = TARVInstrumentText::readFretText(text);
+    } catch (const TARVInstrumentText::Error& error) {
+        throw py::value_error(error.what());
+    }
+    if (read.stringCount != stringCount) {
+        throw py::value_error("the fret text " + pythonRepr(text) + " has " +
+                              std::to_string(read.stringCount) + " strings but the tuning has " +
+                              std::to_string(stringCount));
+    }
+    const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(read.notation);
+    return TARVPlayableShapes::fretsForChordShape(*shape, read.stringCount);
+}
 
 void bindShapes(py::module_& module) {
     py::class_<TARVFingering::Barre>(module, "Barre", R"doc(

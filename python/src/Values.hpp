@@ -2,6 +2,7 @@
 
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/music/SChord.hpp"
+#include "tarv/ranking/TARVPlayableShape.hpp"
 
 #include <pybind11/pybind11.h>
 
@@ -25,6 +26,16 @@ struct Chord {
 /// `tarvguitar.Tuning`: the open pitches, fret count, capo and name of an instrument.
 struct Tuning {
     TuningPtr tuning;
+};
+
+/// `tarvguitar.Shape`: a shape of a chord in a tuning, with its place in the answer it came in.
+/// Its frets count from the tuning's capo; `chord` is the chord it was found for, named as it
+/// is fingered (null for a fret text without a chord).
+struct Shape {
+    TARVPlayableShape shape;
+    TuningPtr tuning;
+    SChordPtr chord;
+    std::size_t rank = 1;
 };
 
 /// `tarvguitar.Instrument`: an instrument of a settings file with its tunings (capo 0).
@@ -67,6 +78,11 @@ TuningPtr tuningFromState(const std::vector<std::string>& pitches, int frets, in
 std::vector<Instrument> instrumentsInSettings(const std::optional<std::string>& path);
 std::string defaultSettingsPath();
 
+/// The per-string frets of a fret text ("x,3,2,0,1,0", or "x32010" one character a string),
+/// string 0 first, read by the library as the tool reads it. Throws py::value_error saying what
+/// does not read, or when the text has another number of strings than `stringCount`.
+std::vector<std::int8_t> fretsOfText(const std::string& text, std::uint8_t stringCount);
+
 /// The pitch texts of `tuning` from string 0 up.
 std::vector<std::string> pitchTexts(const SStringedInstrumentTuning& tuning);
 /// The open pitches from the lowest string to the highest, separated by spaces: the text
@@ -77,5 +93,6 @@ std::string pythonRepr(const std::string& text);
 
 void bindMusic(py::module_& module);
 void bindShapes(py::module_& module);
+void bindPlayers(py::module_& module);
 
 } // namespace tarv::python

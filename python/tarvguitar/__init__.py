@@ -7,6 +7,10 @@ draws them as chord diagrams::
     >>> best = tarvguitar.shapes("Cmaj7")[0]
     >>> best.frets
     'x,3,2,0,0,0'
+    >>> tarvguitar.names("x,0,2,0,1,0")[0].symbol
+    'Am7'
+    >>> tarvguitar.progression("Eb Ab Bb Cm", capo="auto")[0].capo
+    3
 
 Strings are numbered as chord diagrams number them: string 0 is the last pitch of a tuning
 text (the highest string of a guitar). Per-string tuples (``Tuning.pitches``, ``Shape.fingers``)
@@ -25,31 +29,43 @@ if "TARV_GUITAR_RESOURCE_DIR" not in _os.environ and _os.path.isdir(_resources):
     _os.environ["TARV_GUITAR_RESOURCE_DIR"] = _resources
 
 from ._core import (  # noqa: E402
+    Arrangement,
     Barre,
+    CapoChoice,
     Chord,
+    ChordName,
     Instrument,
     Shape,
     Tuning,
+    capo_choices,
     chord,
     default_settings_path,
     generate,
     library_version,
+    names,
     notation,
+    progression,
     shapes,
     supported_qualities,
 )
 
 __version__ = library_version
 __all__ = [
+    "Arrangement",
     "Barre",
+    "CapoChoice",
     "Chord",
+    "ChordName",
     "Instrument",
     "Shape",
     "Tuning",
+    "capo_choices",
     "chord",
     "default_settings_path",
     "generate",
+    "names",
     "notation",
+    "progression",
     "shapes",
     "supported_qualities",
 ]

@@ -100,10 +100,99 @@ export interface Shape {
     terms: Record<string, number>;
 }
 
+/** With a capo: its fret, and how frets and chord names relate to it. */
+export interface CapoConvention {
+    fret: number;
+    /** Frets count from the capo, and chord names read relative to it as chord sheets write them. */
+    convention: string;
+}
+
 export interface ShapesAnswer {
     chord: Chord;
     tuning: Tuning;
     shapes: Shape[];
+    /** With a capo. */
+    capo?: CapoConvention;
+    /** With a capo: the chord the shapes make as fingered, relative to the capo ("C" for D, capo 2). */
+    playedAs?: string;
+    /** With a capo: the chord that sounds (the symbol asked for). */
+    soundsAs?: string;
+}
+
+export interface NamesOptions extends TuningOptions {
+    /** At most this many names. */
+    limit?: number | string;
+}
+
+/** One name of a shape, read as it is fingered (relative to the capo). */
+export interface ChordName {
+    /** "Am7", "C/E". */
+    symbol: string;
+    kind: 'root position' | 'inversion' | 'added bass' | 'rootless';
+    /** Chord tones the shape leaves out ("G"). */
+    omitted: string[];
+    /** With a capo: the chord that sounds ("D" for C with the capo at 2). */
+    soundsAs?: string;
+}
+
+/** As `tarvguitar name FRETS --format json` writes it. */
+export interface NamesAnswer {
+    /** The fret text as read. */
+    notation: string;
+    tuning: Tuning;
+    capo?: CapoConvention;
+    /** Best first: root position, inversions, chords over an added bass, rootless readings last. */
+    names: ChordName[];
+    /** The shape with its fingering (no score: no chord is named). */
+    shape: Shape;
+}
+
+export interface ProgressionOptions extends Omit<TuningOptions, 'capo'> {
+    /** Fret of the capo (default 0), or 'auto': the best position from 0 to 7, the song sounding as written. */
+    capo?: number | string | 'auto';
+    /** How many whole arrangements, 1 to 20 (default 1). */
+    alternatives?: number | string;
+    /** How many of each chord's best shapes to choose among, 1 to 40 (default 8). */
+    candidates?: number | string;
+    /** Semitones to move every chord first, -24 to 24 (default 0). */
+    transpose?: number | string;
+}
+
+export interface ArrangedChord {
+    /** The chord as fingered, relative to the capo. */
+    chord: string;
+    /** With a capo: the chord that sounds. */
+    soundsAs?: string;
+    /** The cost of moving here from the previous shape (0 for the first). */
+    movement: number;
+    shape: Shape;
+}
+
+export interface Arrangement {
+    /** The shapes' scores and the movements, summed; lower is easier. */
+    cost: number;
+    chords: ArrangedChord[];
+}
+
+export interface CapoChoice {
+    capo: number;
+    /** The chords as fingered with this capo. */
+    chords: string[];
+    /** The best arrangement's cost and 0.4 per fret of capo. */
+    cost: number;
+}
+
+/** As `tarvguitar progression CHORDS --format json` writes it. */
+export interface ProgressionAnswer {
+    /** The chords as they sound (after any transposition). */
+    progression: string[];
+    /** With the capo the arrangements are played with. */
+    tuning: Tuning;
+    capo?: CapoConvention;
+    /** With capo 'auto': every position that plays, best first; the arrangements use the first. */
+    capoChoices?: CapoChoice[];
+    /** Best first; empty when a chord has no playable shape. */
+    arrangements: Arrangement[];
 }
 
 export interface SvgOptions {
@@ -121,6 +210,8 @@ export interface SvgOptions {
 export declare class TARVGuitar {
     shapes(chordSymbol: string, options?: ShapesOptions): ShapesAnswer;
     chord(symbol: string): Chord;
+    names(frets: string | Array<number | string | null> | Pick<Shape, 'frets'>, options?: NamesOptions): NamesAnswer;
+    progression(chords: string | string[], options?: ProgressionOptions): ProgressionAnswer;
     svg(shape: Pick<Shape, 'frets'>, options?: SvgOptions): string;
     tuning(options?: TuningOptions): SoundingTuning;
     qualities(): string[];
@@ -133,6 +224,16 @@ export declare function init(options?: InitOptions): Promise<TARVGuitar>;
 export declare function shapes(chordSymbol: string, options?: ShapesOptions): ShapesAnswer;
 /** How a chord symbol is read: root, bass, notes. Throws TARVGuitarError. */
 export declare function chord(symbol: string): Chord;
+/**
+ * The chord names a shape can be, best first, read as it is fingered (frets count from the capo).
+ * Throws TARVGuitarError for a fret text or tuning it cannot read.
+ */
+export declare function names(frets: string | Array<number | string | null> | Pick<Shape, 'frets'>, options?: NamesOptions): NamesAnswer;
+/**
+ * One shape per chord, chosen so that the whole progression is easy to play. Throws
+ * TARVGuitarError for a chord, tuning or option it cannot read.
+ */
+export declare function progression(chords: string | string[], options?: ProgressionOptions): ProgressionAnswer;
 /** The chord diagram of a shape as a standalone SVG document. Throws TARVGuitarError. */
 export declare function svg(shape: Pick<Shape, 'frets'>, options?: SvgOptions): string;
 /** The tuning the options describe, with the semitones of its open strings. */

@@ -1,5 +1,6 @@
 // tarvguitar: chord shapes and chord diagrams for fretted instruments, from the TARVGuitar
-// library compiled to WebAssembly. `await init()` once, then call shapes(), chord() and svg().
+// library compiled to WebAssembly. `await init()` once, then call shapes(), chord(), svg(),
+// names() and progression().
 import createTARVGuitarModule from './dist/tarvguitar-module.js';
 
 /** Where the module finds the shipped resources in its own file system. */
@@ -127,6 +128,29 @@ export function fretText(shape) {
     throw new TARVGuitarError('svg() needs a shape from shapes()');
 }
 
+/**
+ * The chords of a progression: a text of symbols separated by blanks, commas or bar lines
+ * ("C Am | F G"), or an array of symbols.
+ */
+function progressionChords(chords) {
+    if (typeof chords === 'string') {
+        return chords;
+    }
+    if (Array.isArray(chords) && chords.every((chord) => typeof chord === 'string')) {
+        return chords;
+    }
+    throw new TARVGuitarError('the chords must be a text ("C Am F G") or an array of chord symbols');
+}
+
+/** The capo of a progression: a fret, or 'auto' for the best position from 0 to 7. */
+function progressionCapo(options) {
+    const capo = options.capo;
+    if (typeof capo === 'string' && capo.trim() === 'auto') {
+        return 'auto';
+    }
+    return optionalInteger(options, 'capo');
+}
+
 /** The library, loaded: what init() resolves to. */
 export class TARVGuitar {
     constructor(module) {
@@ -144,6 +168,26 @@ export class TARVGuitar {
         const request = { symbol: chordSymbol, ...tuningRequest(options), rank,
             limit: optionalInteger(options, 'limit') };
         return call(this._module, 'tarv_web_shapes', JSON.stringify(request));
+    }
+
+    names(frets, options = {}) {
+        let notation;
+        try {
+            notation = fretText(typeof frets === 'object' && frets !== null && !Array.isArray(frets) ? frets : { frets });
+        } catch {
+            throw new TARVGuitarError('names() needs a fret text ("x,3,2,0,1,0"), an array of frets or a shape');
+        }
+        const request = { notation, ...tuningRequest(options), limit: optionalInteger(options, 'limit') };
+        return call(this._module, 'tarv_web_names', JSON.stringify(request));
+    }
+
+    progression(chords, options = {}) {
+        const request = { chords: progressionChords(chords), ...tuningRequest({ ...options, capo: null }),
+            capo: progressionCapo(options),
+            alternatives: optionalInteger(options, 'alternatives'),
+            candidates: optionalInteger(options, 'candidates'),
+            transpose: optionalInteger(options, 'transpose') };
+        return call(this._module, 'tarv_web_progression', JSON.stringify(request));
     }
 
     chord(symbol) {
@@ -182,6 +226,8 @@ function loaded() {
 
 export function shapes(chordSymbol, options) { return loaded().shapes(chordSymbol, options); }
 export function chord(symbol) { return loaded().chord(symbol); }
+export function names(frets, options) { return loaded().names(frets, options); }
+export function progression(chords, options) { return loaded().progression(chords, options); }
 export function svg(shape, options) { return loaded().svg(shape, options); }
 export function tuning(options) { return loaded().tuning(options); }
 export function qualities() { return loaded().qualities(); }

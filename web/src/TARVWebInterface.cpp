@@ -43,6 +43,14 @@ const char* tarv_web_shapes(const char* request) {
     return guarded([&] { return tarv::web::shapesAnswer(request); });
 }
 
+const char* tarv_web_names(const char* request) {
+    return guarded([&] { return tarv::web::namesAnswer(request); });
+}
+
+const char* tarv_web_progression(const char* request) {
+    return guarded([&] { return tarv::web::progressionAnswer(request); });
+}
+
 const char* tarv_web_chord(const char* symbol) {
     return guarded([&] { return tarv::web::chordAnswer(symbol); });
 }

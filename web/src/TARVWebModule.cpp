@@ -11,10 +11,14 @@
 
 #include "tarv/TARVVersion.hpp"
 #include "tarv/diagrams/TARVDiagramSVG.hpp"
+#include "tarv/diagrams/TARVPlayerJSON.hpp"
 #include "tarv/diagrams/TARVShapeJSON.hpp"
 #include "tarv/music/SChord.hpp"
 #include "tarv/music/SPitch.hpp"
+#include "tarv/ranking/TARVChordNaming.hpp"
 #include "tarv/ranking/TARVFingering.hpp"
+#include "tarv/ranking/TARVPlayableShapes.hpp"
+#include "tarv/ranking/TARVProgression.hpp"
 #include "tarv/ranking/TARVShapeQuery.hpp"
 
 #include <nlohmann/json.hpp>
@@ -23,6 +27,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarv::web {
@@ -34,6 +39,11 @@ namespace {
 
 /// Numbers of a request beyond this are refused before they reach the tool's readers.
 constexpr long long kLargestNumber = 1000000;
+
+/// The tool's limits of a progression's options.
+constexpr int kMaximumAlternatives = 20;
+constexpr int kMaximumCandidates = 40;
+constexpr int kMaximumTranspose = 24;
 
 json parsedRequest(const char* text) {
     if (text == nullptr) {
@@ -83,15 +93,68 @@ SStringedInstrumentTuningPtr tuningOfRequest(const json& request) {
     return tuningForRequest(tuning);
 }
 
+/// The chord `symbol` names; the tool's message, with its suggestion, when it does not read.
+SChordPtr readChord(std::string_view symbol) {
+    SChordPtr chord = SChord::chordWithString(symbol);
+    if (!chord) {
+        const std::optional<std::string> suggestion = SChord::suggestionForString(symbol);
+        throw InputError("cannot read the chord symbol \"" + std::string(symbol) + "\"" +
+                         (suggestion ? " (did you mean \"" + *suggestion + "\"?)" : std::string()));
+    }
+    return chord;
+}
+
 SChordPtr chordOfSymbol(const std::optional<std::string>& symbol) {
     if (!symbol || trimmed(*symbol).empty()) {
         throw InputError("no chord symbol given");
     }
-    SChordPtr chord = SChord::chordWithString(trimmed(*symbol));
-    if (!chord) {
-        throw InputError("cannot read the chord symbol \"" + std::string(trimmed(*symbol)) + "\"");
+    return readChord(trimmed(*symbol));
+}
+
+/// A whole number of a request from `lowest` to `highest`, or `fallback` when absent.
+int numberInRange(const json& request, const char* name, int lowest, int highest, int fallback) {
+    const std::optional<int> value = numberField(request, name);
+    if (!value) {
+        return fallback;
     }
-    return chord;
+    if (*value < lowest || *value > highest) {
+        throw InputError(std::string(name) + " must be from " + std::to_string(lowest) + " to " +
+                         std::to_string(highest) + ", not " + std::to_string(*value));
+    }
+    return *value;
+}
+
+/// The fret text of a request, checked against `tuning` as the tool checks it: frets count from
+/// the capo.
+FretText fretTextForTuning(const std::string& text, const SStringedInstrumentTuning& tuning) {
+    FretText fretText = readFretText(text);
+    if (fretText.stringCount != tuning.stringCount()) {
+        throw InputError("the fret text \"" + text + "\" has " +
+                         std::to_string(fretText.stringCount) + " strings but the tuning has " +
+                         std::to_string(tuning.stringCount()));
+    }
+    if (fretText.highestFret + tuning.capo() > tuning.fretCount()) {
+        throw InputError("the fret text \"" + text + "\" reaches fret " +
+                         std::to_string(fretText.highestFret) + " but the neck has " +
+                         std::to_string(tuning.fretCount() - tuning.capo()) +
+                         (tuning.capo() > 0 ? " frets above the capo" : " frets"));
+    }
+    return fretText;
+}
+
+/// The chords of a progression text: symbols separated by blanks, commas or bar lines.
+void appendChords(std::string_view text, std::vector<SChordPtr>& chords) {
+    constexpr std::string_view kSeparators = " \t\r\n,|";
+    while (!text.empty()) {
+        const std::size_t start = text.find_first_not_of(kSeparators);
+        if (start == std::string_view::npos) {
+            break;
+        }
+        text.remove_prefix(start);
+        const std::size_t end = std::min(text.find_first_of(kSeparators), text.size());
+        chords.push_back(readChord(text.substr(0, end)));
+        text.remove_prefix(end);
+    }
 }
 
 std::string text(const json& object) {
@@ -127,7 +190,92 @@ std::string shapesAnswer(const char* requestText) {
     if (limit && shapes.size() > static_cast<std::size_t>(*limit)) {
         shapes.resize(static_cast<std::size_t>(*limit));
     }
-    return TARVShapeJSON::answerJSON(*chord, *tuning, shapes);
+    // With a capo, also what the shapes are fingered as, as the tool answers.
+    return TARVPlayerJSON::chordShapesJSON(chord, *tuning, shapes);
+}
+
+std::string namesAnswer(const char* requestText) {
+    const json request = parsedRequest(requestText);
+    const SStringedInstrumentTuningPtr tuning = tuningOfRequest(request);
+    const std::optional<std::string> notation = textField(request, "notation");
+    if (!notation) {
+        throw InputError("no fret text given");
+    }
+    const std::optional<int> limit = numberField(request, "limit");
+    if (limit && *limit < 0) {
+        throw InputError("limit " + std::to_string(*limit) + " is below 0");
+    }
+    const FretText fretText = fretTextForTuning(*notation, *tuning);
+    const TARVChordShapePtr chordShape =
+        TARVChordShape::shapeForFretNumberString(fretText.notation);
+    std::vector<std::int8_t> frets =
+        TARVPlayableShapes::fretsForChordShape(*chordShape, fretText.stringCount);
+    std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets);
+    const TARVPlayableShape shape(std::move(frets),
+                                  fingering ? std::move(*fingering) : TARVFingering(), {});
+    // Named as fingered, relative to the capo, as chord sheets name it.
+    std::vector<TARVChordNaming::Name> names =
+        TARVChordNaming::namesForFrets(shape.frets(), TARVProgression::tuningWithCapo(tuning, 0));
+    if (limit && names.size() > static_cast<std::size_t>(*limit)) {
+        names.resize(static_cast<std::size_t>(*limit));
+    }
+    return TARVPlayerJSON::namesJSON(fretText.notation, shape, names, *tuning);
+}
+
+std::string progressionAnswer(const char* requestText) {
+    json request = parsedRequest(requestText);
+    TARVProgressionOptions options;
+    options.alternatives = static_cast<std::size_t>(
+        numberInRange(request, "alternatives", 1, kMaximumAlternatives, 1));
+    options.candidates = static_cast<std::size_t>(numberInRange(
+        request, "candidates", 1, kMaximumCandidates, static_cast<int>(options.candidates)));
+    const int transpose =
+        numberInRange(request, "transpose", -kMaximumTranspose, kMaximumTranspose, 0);
+    bool capoAuto = false;
+    const auto capo = request.find("capo");
+    if (capo != request.end() && capo->is_string()) {
+        if (capo->get<std::string>() != "auto") {
+            throw InputError("capo must be a fret number or \"auto\", not \"" +
+                             capo->get<std::string>() + "\"");
+        }
+        capoAuto = true;
+        *capo = nullptr;
+    }
+
+    std::vector<SChordPtr> chords;
+    const auto given = request.find("chords");
+    if (given == request.end() || given->is_null()) {
+        throw InputError("no chords given");
+    }
+    if (given->is_string()) {
+        appendChords(given->get_ref<const std::string&>(), chords);
+    } else if (given->is_array()) {
+        for (const json& item : *given) {
+            if (!item.is_string()) {
+                throw InputError("the chords must be texts");
+            }
+            appendChords(item.get_ref<const std::string&>(), chords);
+        }
+    } else {
+        throw InputError("chords must be a text or a list of texts");
+    }
+    if (chords.empty()) {
+        throw InputError("the progression holds no chord");
+    }
+    for (SChordPtr& chord : chords) {
+        chord = TARVChordNaming::transposedChord(chord, transpose);
+    }
+
+    TARVProgression::TuningPtr tuning = tuningOfRequest(request);
+    std::vector<TARVProgression::CapoChoice> choices;
+    if (capoAuto) {
+        choices = TARVProgression::capoChoices(chords, tuning, options);
+        tuning =
+            TARVProgression::tuningWithCapo(tuning, choices.empty() ? 0 : choices.front().capo);
+    }
+    const std::vector<TARVProgression::Arrangement> arrangements =
+        TARVProgression::arrangements(chords, tuning, options);
+    return TARVPlayerJSON::progressionJSON(chords, *tuning, arrangements, choices);
 }
 
 std::string chordAnswer(const char* symbol) {

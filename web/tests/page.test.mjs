@@ -189,9 +189,10 @@ describe('chord-diagram page', () => {
         const { context, page } = await openPage('?chord=G&across=1&capo=2');
         await page.waitForSelector('#diagrams .chord-card > svg');
         assert.equal(await page.isChecked('#across'), true);
-        const size = await page.$eval('#diagrams .chord-card > svg',
-            (element) => [Number(element.getAttribute('width')), Number(element.getAttribute('height'))]);
-        assert.ok(size[0] > size[1], `the diagram is ${size[0]} wide and ${size[1]} high`);
+        // The nut runs across the strings: upright when the neck lies across.
+        const nut = await page.$eval('#diagrams .chord-card > svg .nut',
+            (element) => ['x1', 'y1', 'x2', 'y2'].map((name) => Number(element.getAttribute(name))));
+        assert.ok(nut[0] === nut[2] && nut[1] !== nut[3], `the nut runs from ${nut[0]},${nut[1]} to ${nut[2]},${nut[3]}`);
         assert.match(await page.$eval('#diagrams .chord-card > svg', (element) => element.outerHTML),
             />capo 2</);
         await shot(page, '10-neck-across');
@@ -201,7 +202,8 @@ describe('chord-diagram page', () => {
     test('keyboard only: tab to a diagram and play it with Enter', async () => {
         const { context, page } = await openPage('?chord=G');
         await page.waitForSelector('#diagrams .chord-card');
-        await page.focus('#left');
+        // The last control before the diagrams.
+        await page.focus('#across');
         await page.keyboard.press('Tab');
         const focused = await page.evaluate(() => document.activeElement?.className);
         assert.match(focused, /chord-card/);

@@ -102,6 +102,52 @@ describe('web package against the native tool', { skip: tool ? false : 'no nativ
         assert.deepEqual(symbols.map((symbol) => ({ chord: tarvguitar.chord(symbol) })), native.lines);
     });
 
+    test('names equal the tool\'s name answers', () => {
+        const cases = [
+            ['x,3,2,0,1,0', {}], ['x,0,2,0,1,0', {}], ['x,x,0,2,1,2', { capo: 2 }],
+            ['0,3,2,0,1,0', { capo: 5 }], ['x,3,2,3,1,x', {}], ['0,0,0,2', { tuning: 'G4 C4 E4 A4', frets: 18 }],
+            ['2,2,3,x', { tuning: 'G4 C4 E4 A4', frets: 18, capo: 3 }], ['0,0,0,2,3,2', { tuning: 'D2 A2 D3 G3 B3 E4', limit: 2 }],
+        ];
+        for (const [frets, options] of cases) {
+            const args = ['name', frets, '--format', 'json'];
+            if (options.tuning) args.push('--tuning', options.tuning);
+            if (options.frets) args.push('--frets', String(options.frets));
+            if (options.capo) args.push('--capo', String(options.capo));
+            if (options.limit) args.push('--limit', String(options.limit));
+            const native = runTool(tool, args);
+            assert.equal(native.status, 0, native.stderr);
+            assert.deepEqual([tarvguitar.names(frets, options)], native.lines, `${frets} ${JSON.stringify(options)}`);
+        }
+    });
+
+    test('progressions equal the tool\'s progression answers', () => {
+        const cases = [
+            ['C Am F G', {}],
+            ['C Am F G', { alternatives: 3 }],
+            ['Eb Ab Bb Cm', { capo: 'auto' }],
+            ['D G A Bm', { capo: 2, candidates: 4 }],
+            ['C | G | Am | F', { transpose: 2, tuning: 'G4 C4 E4 A4', frets: 18 }],
+            ['Cmaj7 Am7 Dm7 G7', { tuning: 'D2 A2 D3 G3 B3 E4', alternatives: 2, capo: 'auto' }],
+        ];
+        for (const [chords, options] of cases) {
+            const args = ['progression', chords, '--format', 'json'];
+            if (options.tuning) args.push('--tuning', options.tuning);
+            if (options.frets) args.push('--frets', String(options.frets));
+            if (options.capo) args.push('--capo', String(options.capo));
+            for (const name of ['alternatives', 'candidates', 'transpose']) {
+                if (options[name]) args.push(`--${name}`, String(options[name]));
+            }
+            const native = runTool(tool, args);
+            assert.equal(native.status, 0, native.stderr);
+            assert.deepEqual([tarvguitar.progression(chords, options)], native.lines, `${chords} ${JSON.stringify(options)}`);
+        }
+        // An unreadable chord: the tool's message, suggestion included.
+        const native = runTool(tool, ['progression', 'C am7', '--format', 'json']);
+        assert.equal(native.status, 2);
+        assert.throws(() => tarvguitar.progression('C am7'),
+            (error) => `tarvguitar: ${error.message}` === native.stderr.trim());
+    });
+
     test('bad tunings are refused with the tool\'s message', () => {
         for (const pitches of ['E2 A2 Q3', '', 'E2,,H4']) {
             const native = runTool(tool, ['shapes', 'C', '--tuning', pitches, '--format', 'json']);
