@@ -79,6 +79,11 @@ public:
         if (rounded == 0) {
             rounded = 0; // no "-0"
         }
+        // Whole numbers without a fraction or an exponent ("10", not "1e+01").
+        if (rounded == std::trunc(rounded) && std::abs(rounded) < kLargestWholeNumber) {
+            integer(static_cast<long long>(rounded));
+            return;
+        }
         // The shortest text that reads back as the same number (std::to_chars for doubles is
         // missing from some C++ libraries).
         char buffer[32];
@@ -97,6 +102,9 @@ public:
     }
 
 private:
+    /// Whole numbers from here on are written as doubles are, with an exponent.
+    static constexpr double kLargestWholeNumber = 1e15;
+
     static std::size_t utf8Length(std::string_view text, std::size_t i) {
         const auto lead = static_cast<unsigned char>(text[i]);
         std::size_t length = 0;
