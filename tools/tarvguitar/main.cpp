@@ -1,5 +1,6 @@
 #include "InputReading.hpp"
 #include "JsonFormatter.hpp"
+#include "OrderedBatch.hpp"
 #include "OutputFormatter.hpp"
 #include "RankingData.hpp"
 #include "SettingsReading.hpp"
@@ -31,8 +32,11 @@
 #include <optional>
 #include <set>
 #include <span>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #ifndef TARV_DEFAULT_SHAPES_DIR
@@ -167,44 +171,76 @@ private:
     }
 };
 
-std::unique_ptr<OutputFormatter> formatterFor(const std::string& format, bool ascii) {
+std::unique_ptr<OutputFormatter> formatterFor(const std::string& format, bool ascii,
+                                              std::ostream& out = std::cout) {
     if (format == "json") {
-        return std::make_unique<JsonFormatter>(std::cout);
+        return std::make_unique<JsonFormatter>(out);
     }
     if (format == "svg") {
-        return std::make_unique<SvgFormatter>(std::cout);
+        return std::make_unique<SvgFormatter>(out);
     }
-    return std::make_unique<TextFormatter>(std::cout, ascii);
+    return std::make_unique<TextFormatter>(out, ascii);
 }
 
-/// Calls `answer` for every chord symbol of `arguments`, reading "-" as the lines of standard
-/// input (blank lines skipped), in the order given.
+/// The chord symbols of a command line one after the other: each argument trimmed, and "-" read
+/// as the lines of standard input (blank lines skipped), in the order given.
+class SymbolReader {
+public:
+    explicit SymbolReader(const std::vector<std::string>& arguments) : _arguments(arguments) {}
+
+    std::optional<std::string> next() {
+        while (_index < _arguments.size()) {
+            const std::string& argument = _arguments[_index];
+            if (argument != kStandardInput) {
+                ++_index;
+                return std::string(trimmed(argument));
+            }
+            std::string line;
+            while (std::getline(std::cin, line)) {
+                const std::string_view symbol = trimmed(line);
+                if (!symbol.empty()) {
+                    return std::string(symbol);
+                }
+            }
+            ++_index;
+        }
+        return std::nullopt;
+    }
+
+private:
+    const std::vector<std::string>& _arguments;
+    std::size_t _index = 0;
+};
+
+/// Calls `answer` for every chord symbol of `arguments`, as `SymbolReader` reads them.
 void forEachSymbol(const std::vector<std::string>& arguments,
                    const std::function<void(std::string_view)>& answer) {
-    for (const std::string& argument : arguments) {
-        if (argument != kStandardInput) {
-            answer(trimmed(argument));
-            continue;
-        }
-        std::string line;
-        while (std::getline(std::cin, line)) {
-            const std::string_view symbol = trimmed(line);
-            if (!symbol.empty()) {
-                answer(symbol);
-            }
-        }
+    SymbolReader reader(arguments);
+    while (const std::optional<std::string> symbol = reader.next()) {
+        answer(*symbol);
     }
+}
+
+/// What is reported for a chord symbol that cannot be read.
+std::string unreadableChordMessage(std::string_view symbol) {
+    const std::optional<std::string> suggestion = SChord::suggestionForString(symbol);
+    return "cannot read the chord symbol \"" + std::string(symbol) + "\"" +
+           (suggestion ? " (did you mean \"" + *suggestion + "\"?)" : std::string());
 }
 
 /// The chord `symbol` names, or none after reporting that it cannot be read.
 std::shared_ptr<const SChord> readChord(std::string_view symbol) {
     std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
     if (!chord) {
-        const std::optional<std::string> suggestion = SChord::suggestionForString(symbol);
-        report("cannot read the chord symbol \"" + std::string(symbol) + "\"" +
-               (suggestion ? " (did you mean \"" + *suggestion + "\"?)" : std::string()));
+        report(unreadableChordMessage(symbol));
     }
     return chord;
+}
+
+/// The number of chords the tool answers at once unless --jobs says otherwise: one per hardware
+/// thread.
+std::size_t defaultJobCount() {
+    return std::max(1u, std::thread::hardware_concurrency());
 }
 
 /// The shape of a fret text with its fingering (no chord is named, so it has no score).
@@ -229,6 +265,25 @@ struct ShapesCommand {
     static constexpr std::size_t kMaximumLimit = 1000;
     std::string format = "text";
     bool ascii = false;
+    std::size_t jobs = defaultJobCount();
+    static constexpr std::size_t kMaximumJobs = 256;
+
+    /// What one chord symbol comes to, made on any thread and written in input order.
+    struct ChordResult {
+        /// Why the symbol cannot be read; nothing else is set then.
+        std::optional<std::string> problem;
+        /// The answer, written out already (formats that write each chord on its own).
+        std::string text;
+        /// The answer for a format that writes the whole document at the end (svg), which
+        /// takes the answers one after the other.
+        std::optional<ChordShapesAnswer> answer;
+    };
+
+    /// The formatter of one thread, writing into its own buffer.
+    struct Writer {
+        std::ostringstream out;
+        std::unique_ptr<OutputFormatter> formatter;
+    };
 
     int run() const {
         ChosenTuning chosen;
@@ -246,30 +301,71 @@ struct ShapesCommand {
                                                     ? TARVShapeQuery::Ranking::Cached
                                                     : TARVShapeQuery::Ranking::Playable;
         TARVPlayableOptions options;
-        if (limitOption->count() > 0) {
+        const bool limited = limitOption->count() > 0;
+        if (limited) {
             options.maximumShapes = std::max(limit, options.maximumShapes);
         }
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
         formatter->setExplain(explain);
-        bool badInput = false;
-        formatter->begin();
-        forEachSymbol(chords, [&](std::string_view symbol) {
-            const std::shared_ptr<const SChord> chord = readChord(symbol);
+        // Each chord is answered and, unless the format writes one document, written on its
+        // own; the answers come out in input order.
+        const bool writtenApart = format != "svg";
+        std::vector<std::unique_ptr<Writer>> writers(jobs);
+
+        const auto answer = [&](const std::string& symbol, std::size_t thread) {
+            ChordResult result;
+            const std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
             if (!chord) {
+                result.problem = unreadableChordMessage(symbol);
+                return result;
+            }
+            ChordShapesAnswer shapes;
+            shapes.chord = chord;
+            shapes.shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
+            shapes.generatedCount = shapes.shapes.size();
+            if (limited && shapes.shapes.size() > limit) {
+                shapes.shapes.resize(limit);
+            }
+            if (!writtenApart) {
+                result.answer = std::move(shapes);
+                return result;
+            }
+            std::unique_ptr<Writer>& writer = writers[thread];
+            if (!writer) {
+                writer = std::make_unique<Writer>();
+                writer->formatter = formatterFor(format, ascii, writer->out);
+                writer->formatter->setInstrumentName(chosen.instrumentName);
+                writer->formatter->setExplain(explain);
+            }
+            writer->formatter->writeChordShapes(shapes, *tuning);
+            result.text = writer->out.str();
+            writer->out.str(std::string());
+            return result;
+        };
+
+        bool badInput = false;
+        const auto deliver = [&](ChordResult&& result) {
+            if (result.problem) {
+                report(*result.problem);
                 badInput = true;
                 return;
             }
-            ChordShapesAnswer answer;
-            answer.chord = chord;
-            answer.shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
-            answer.generatedCount = answer.shapes.size();
-            if (limitOption->count() > 0 && answer.shapes.size() > limit) {
-                answer.shapes.resize(limit);
+            if (result.answer) {
+                formatter->writeChordShapes(*result.answer, *tuning);
+            } else {
+                std::cout.write(result.text.data(),
+                                static_cast<std::streamsize>(result.text.size()));
             }
-            formatter->writeChordShapes(answer, *tuning);
             std::cout.flush();
-        });
+        };
+
+        // Standard input is read on a thread of its own while answers are written.
+        std::cin.tie(nullptr);
+        SymbolReader reader(chords);
+        formatter->begin();
+        OrderedBatch<std::string, ChordResult>::run(
+            jobs, [&] { return reader.next(); }, answer, deliver);
         formatter->end();
         return badInput ? kExitBadInput : 0;
     }
@@ -618,6 +714,15 @@ int main(int argc, char** argv) {
                              ->check(CLI::Range(std::size_t{0}, ShapesCommand::kMaximumLimit))
                              ->type_name("N");
     addFormatOptions(*shapesCommand, shapes.format, &shapes.ascii, {"text", "json", "svg"});
+    shapesCommand
+        ->add_option("--jobs", shapes.jobs,
+                     "Answer this many chords at once (1 to " +
+                         std::to_string(ShapesCommand::kMaximumJobs) +
+                         "; default: the number of hardware threads, here " +
+                         std::to_string(defaultJobCount()) +
+                         "); the answers come out in the order of the chords either way")
+        ->check(CLI::Range(std::size_t{1}, ShapesCommand::kMaximumJobs))
+        ->type_name("N");
 
     NotationCommand notation;
     CLI::App* notationCommand =
