@@ -2,82 +2,109 @@
 
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace tarv {
 
 namespace {
 
-/// Appends JSON text without building a tree.
+/// Appends JSON text without building a tree. The text is written through a cursor into room
+/// made ahead in `out`, which is cut to what was written when the writer goes.
 class Writer {
 public:
-    explicit Writer(std::string& out) : _out(out) {}
+    explicit Writer(std::string& out) : _out(out), _size(out.size()) {}
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+    ~Writer() { _out.resize(_size); }
 
     /// A JSON string; bytes that are not UTF-8 become U+FFFD, so the output is always JSON.
     void string(std::string_view text) {
-        _out += '"';
-        std::size_t i = 0;
+        // An escape takes at most six bytes for one.
+        char* cursor = room(text.size() * 6 + 2);
+        *cursor++ = '"';
+        // Most texts (note names, fret texts, term names) need no escape and no check of UTF-8.
+        std::size_t plain = 0;
+        while (plain < text.size() && isPlain(static_cast<unsigned char>(text[plain]))) {
+            ++plain;
+        }
+        std::memcpy(cursor, text.data(), plain);
+        cursor += plain;
+        std::size_t i = plain;
         while (i < text.size()) {
             const auto byte = static_cast<unsigned char>(text[i]);
             if (byte < 0x80) {
-                switch (byte) {
-                case '"':
-                    _out += "\\\"";
-                    break;
-                case '\\':
-                    _out += "\\\\";
-                    break;
-                case '\n':
-                    _out += "\\n";
-                    break;
-                case '\r':
-                    _out += "\\r";
-                    break;
-                case '\t':
-                    _out += "\\t";
-                    break;
-                case '\b':
-                    _out += "\\b";
-                    break;
-                case '\f':
-                    _out += "\\f";
-                    break;
-                default:
-                    if (byte < 0x20) {
-                        char escaped[8];
-                        std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-                        _out += escaped;
-                    } else {
-                        _out += static_cast<char>(byte);
-                    }
-                }
+                cursor = escaped(cursor, byte);
                 ++i;
                 continue;
             }
             const std::size_t length = utf8Length(text, i);
             if (length == 0) {
-                _out += "\xEF\xBF\xBD";
+                cursor = copy(cursor, "\xEF\xBF\xBD");
                 ++i;
             } else {
-                _out.append(text.substr(i, length));
+                std::memcpy(cursor, text.data() + i, length);
+                cursor += length;
                 i += length;
             }
         }
-        _out += '"';
+        *cursor++ = '"';
+        _size = static_cast<std::size_t>(cursor - _out.data());
     }
-    void integer(long long value) { _out += std::to_string(value); }
+    void integer(long long value) {
+        char* cursor = room(kNumberRoom);
+        if (value >= 0 && value < 10) {
+            *cursor++ = static_cast<char>('0' + value);
+        } else {
+            cursor = std::to_chars(cursor, cursor + kNumberRoom, value).ptr;
+        }
+        _size = static_cast<std::size_t>(cursor - _out.data());
+    }
     /// Rounded to three decimals, written as shortly as it reads back.
     void number(double value) {
         if (!std::isfinite(value)) {
-            _out += "null";
+            raw("null");
+            return;
+        }
+        // Thousandths below 10^15 have at most 15 significant digits, which every double tells
+        // apart: the shortest text that reads back is the decimal itself, without trailing zeros.
+        const double thousandths = std::round(value * 1000.0);
+        if (std::abs(thousandths) < kLargestExactThousandths) {
+            const auto whole = static_cast<long long>(thousandths);
+            const unsigned long long magnitude = whole < 0
+                                                     ? 0ULL - static_cast<unsigned long long>(whole)
+                                                     : static_cast<unsigned long long>(whole);
+            char* cursor = room(kNumberRoom);
+            if (whole < 0) {
+                *cursor++ = '-';
+            }
+            cursor = std::to_chars(cursor, cursor + kNumberRoom - 6, magnitude / kThousand).ptr;
+            const auto fraction = static_cast<unsigned>(magnitude % kThousand);
+            if (fraction != 0) {
+                cursor[0] = '.';
+                cursor[1] = static_cast<char>('0' + fraction / 100);
+                cursor[2] = static_cast<char>('0' + fraction / 10 % 10);
+                cursor[3] = static_cast<char>('0' + fraction % 10);
+                cursor += 4;
+                while (cursor[-1] == '0') {
+                    --cursor;
+                }
+            }
+            _size = static_cast<std::size_t>(cursor - _out.data());
             return;
         }
         double rounded = std::round(value * 1000.0) / 1000.0;
         if (rounded == 0) {
             rounded = 0; // no "-0"
+        }
+        // Whole numbers without a fraction or an exponent ("10", not "1e+01").
+        if (rounded == std::trunc(rounded) && std::abs(rounded) < kLargestWholeNumber) {
+            integer(static_cast<long long>(rounded));
+            return;
         }
         // The shortest text that reads back as the same number (std::to_chars for doubles is
         // missing from some C++ libraries).
@@ -88,15 +115,86 @@ public:
                 break;
             }
         }
-        _out += buffer;
+        raw(std::string_view(buffer));
     }
-    void raw(std::string_view text) { _out += text; }
+    void raw(std::string_view text) {
+        char* cursor = room(text.size());
+        std::memcpy(cursor, text.data(), text.size());
+        _size += text.size();
+    }
+    /// A fragment known when compiling, copied without measuring it.
+    template <std::size_t N> void raw(const char (&text)[N]) {
+        char* cursor = room(N - 1);
+        std::memcpy(cursor, text, N - 1);
+        _size += N - 1;
+    }
     void key(std::string_view name) {
         string(name);
-        _out += ':';
+        raw(":");
     }
 
 private:
+    /// Whole numbers from here on are written as doubles are, with an exponent.
+    static constexpr double kLargestWholeNumber = 1e15;
+    static constexpr double kLargestExactThousandths = 1e15;
+    static constexpr unsigned long long kThousand = 1000;
+    /// Enough for any integer, or a sign, 12 digits and 4 of a fraction.
+    static constexpr std::size_t kNumberRoom = 24;
+    /// Room is made at least this much at a time.
+    static constexpr std::size_t kGrowth = 2048;
+
+    /// Where the next `count` bytes go.
+    char* room(std::size_t count) {
+        if (_out.size() - _size < count) [[unlikely]] {
+            grow(count);
+        }
+        return _out.data() + _size;
+    }
+    void grow(std::size_t count) {
+        // The string itself grows its capacity geometrically.
+        _out.resize(_size + std::max(count, kGrowth));
+    }
+
+    template <std::size_t N> static char* copy(char* cursor, const char (&text)[N]) {
+        std::memcpy(cursor, text, N - 1);
+        return cursor + N - 1;
+    }
+
+    /// An ASCII byte as a JSON string holds it.
+    static char* escaped(char* cursor, unsigned char byte) {
+        switch (byte) {
+        case '"':
+            return copy(cursor, "\\\"");
+        case '\\':
+            return copy(cursor, "\\\\");
+        case '\n':
+            return copy(cursor, "\\n");
+        case '\r':
+            return copy(cursor, "\\r");
+        case '\t':
+            return copy(cursor, "\\t");
+        case '\b':
+            return copy(cursor, "\\b");
+        case '\f':
+            return copy(cursor, "\\f");
+        default:
+            if (byte < 0x20) {
+                static constexpr char kHex[] = "0123456789abcdef";
+                cursor = copy(cursor, "\\u00");
+                *cursor++ = kHex[byte >> 4];
+                *cursor++ = kHex[byte & 0xFu];
+            } else {
+                *cursor++ = static_cast<char>(byte);
+            }
+            return cursor;
+        }
+    }
+
+    /// A byte that a JSON string holds as it is and that is a whole character of UTF-8.
+    static bool isPlain(unsigned char byte) {
+        return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
+    }
+
     static std::size_t utf8Length(std::string_view text, std::size_t i) {
         const auto lead = static_cast<unsigned char>(text[i]);
         std::size_t length = 0;
@@ -132,6 +230,8 @@ private:
     }
 
     std::string& _out;
+    /// The bytes of `_out` written so far; the rest is room.
+    std::size_t _size;
 };
 
 const char* indicatorKind(const TARVFretIndicator& indicator) {
@@ -158,10 +258,7 @@ void writeNotes(Writer& writer, const std::vector<SNote>& notes) {
     writer.raw("]");
 }
 
-} // namespace
-
-std::string TARVShapeJSON::chordJSON(const SChord& chord) {
-    std::string out;
+void writeChord(std::string& out, const SChord& chord) {
     Writer writer(out);
     writer.raw("{");
     writer.key("symbol");
@@ -186,12 +283,10 @@ std::string TARVShapeJSON::chordJSON(const SChord& chord) {
     writer.key("numericNoteStringValue");
     writer.string(chord.numericNoteStringValue());
     writer.raw("}");
-    return out;
 }
 
-std::string TARVShapeJSON::tuningJSON(const SStringedInstrumentTuning& tuning,
-                                      const std::string& instrumentName) {
-    std::string out;
+void writeTuning(std::string& out, const SStringedInstrumentTuning& tuning,
+                 const std::string& instrumentName) {
     Writer writer(out);
     writer.raw("{");
     if (!instrumentName.empty()) {
@@ -229,71 +324,56 @@ std::string TARVShapeJSON::tuningJSON(const SStringedInstrumentTuning& tuning,
     writer.key("capo");
     writer.integer(tuning.capo());
     writer.raw("}");
-    return out;
 }
 
-std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t rank,
-                                     const SStringedInstrumentTuning* tuning) {
-    std::string out;
+void writeShape(std::string& out, const TARVPlayableShape& shape, std::size_t rank,
+                const SStringedInstrumentTuning* tuning) {
+    // Keys and punctuation are written as whole fragments: a shape has some eighty of them.
     Writer writer(out);
     const TARVChordShapePtr chordShape = shape.chordShape();
     const TARVFingering& fingering = shape.fingering();
-    writer.raw("{");
-    writer.key("rank");
+    writer.raw("{\"rank\":");
     writer.integer(static_cast<long long>(rank));
-    writer.raw(",");
-    writer.key("frets");
+    writer.raw(",\"frets\":");
     writer.string(shape.fretText());
-    writer.raw(",");
     // The base fret of the indicators below (the shape model's), not the diagram's.
-    writer.key("baseFret");
+    writer.raw(",\"baseFret\":");
     writer.integer(chordShape ? chordShape->baseFret() : shape.baseFret());
-    writer.raw(",");
-    writer.key("score");
+    writer.raw(",\"score\":");
     writer.number(shape.score());
     if (shape.badness()) {
-        writer.raw(",");
-        writer.key("badness");
+        writer.raw(",\"badness\":");
         writer.integer(static_cast<long long>(*shape.badness()));
     }
-    writer.raw(",");
-    writer.key("baseString");
+    writer.raw(",\"baseString\":");
     writer.integer(chordShape ? chordShape->baseString() : 0);
-    writer.raw(",");
-    writer.key("reach");
+    writer.raw(",\"reach\":");
     writer.integer(chordShape ? chordShape->reach() : 0);
-    writer.raw(",");
-    writer.key("fingers");
-    writer.raw("[");
+    writer.raw(",\"fingers\":[");
     for (std::size_t s = 0; s < shape.frets().size(); ++s) {
-        writer.raw(s == 0 ? "" : ",");
+        if (s != 0) {
+            writer.raw(",");
+        }
         writer.integer(s < fingering.fingers().size() ? fingering.fingers()[s] : 0);
     }
-    writer.raw("],");
-    writer.key("fingerCount");
+    writer.raw("],\"fingerCount\":");
     writer.integer(fingering.fingerCount());
-    writer.raw(",");
-    writer.key("barres");
-    writer.raw("[");
+    writer.raw(",\"barres\":[");
     for (std::size_t i = 0; i < fingering.barres().size(); ++i) {
         const TARVFingering::Barre& barre = fingering.barres()[i];
-        writer.raw(i == 0 ? "{" : ",{");
-        writer.key("fret");
+        writer.raw(i == 0 ? "{\"fret\":" : ",{\"fret\":");
         writer.integer(barre.fret);
-        writer.raw(",");
-        writer.key("lowString");
+        writer.raw(",\"lowString\":");
         writer.integer(barre.lowString);
-        writer.raw(",");
-        writer.key("highString");
+        writer.raw(",\"highString\":");
         writer.integer(barre.highString);
-        writer.raw(",");
-        writer.key("finger");
+        writer.raw(",\"finger\":");
         writer.integer(barre.finger);
         writer.raw("}");
     }
     writer.raw("],");
     if (tuning != nullptr) {
-        writer.key("notes");
+        writer.raw("\"notes\":");
         std::vector<SNote> notes =
             chordShape ? chordShape->notesInTuning(*tuning) : std::vector<SNote>();
         // The notes sound with the capo on.
@@ -303,52 +383,76 @@ std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t
         writeNotes(writer, notes);
         writer.raw(",");
     }
-    writer.key("indicators");
-    writer.raw("[");
+    writer.raw("\"indicators\":[");
     if (chordShape) {
         bool first = true;
         for (const TARVFretIndicator& indicator : chordShape->indicators()) {
-            writer.raw(first ? "{" : ",{");
+            writer.raw(first ? "{\"kind\":\"" : ",{\"kind\":\"");
             first = false;
-            writer.key("kind");
-            writer.string(indicatorKind(indicator));
-            writer.raw(",");
-            writer.key("string");
+            writer.raw(indicatorKind(indicator));
+            writer.raw("\",\"string\":");
             writer.integer(indicator.string());
-            writer.raw(",");
-            writer.key("fret");
+            writer.raw(",\"fret\":");
             writer.integer(indicator.fret());
             if (indicator.isBarre()) {
-                writer.raw(",");
-                writer.key("endString");
+                writer.raw(",\"endString\":");
                 writer.integer(indicator.endString());
             }
             writer.raw("}");
         }
     }
-    writer.raw("],");
-    writer.key("terms");
-    writer.raw("{");
+    writer.raw("],\"terms\":{");
     for (std::size_t i = 0; i < shape.terms().size(); ++i) {
         const TARVPlayableShape::Term& term = shape.terms()[i];
-        writer.raw(i == 0 ? "" : ",");
+        if (i != 0) {
+            writer.raw(",");
+        }
         writer.key(term.name);
         writer.number(term.contribution());
     }
     writer.raw("}}");
+}
+
+/// About what one shape takes, to reserve the text of an answer at once.
+constexpr std::size_t kShapeTextEstimate = 1024;
+
+} // namespace
+
+std::string TARVShapeJSON::chordJSON(const SChord& chord) {
+    std::string out;
+    writeChord(out, chord);
+    return out;
+}
+
+std::string TARVShapeJSON::tuningJSON(const SStringedInstrumentTuning& tuning,
+                                      const std::string& instrumentName) {
+    std::string out;
+    writeTuning(out, tuning, instrumentName);
+    return out;
+}
+
+std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t rank,
+                                     const SStringedInstrumentTuning* tuning) {
+    std::string out;
+    writeShape(out, shape, rank, tuning);
     return out;
 }
 
 std::string TARVShapeJSON::answerJSON(const SChord& chord, const SStringedInstrumentTuning& tuning,
                                       std::span<const TARVPlayableShape> shapes,
                                       const std::string& instrumentName) {
-    std::string out = "{\"chord\":" + chordJSON(chord) +
-                      ",\"tuning\":" + tuningJSON(tuning, instrumentName) + ",\"shapes\":[";
+    std::string out;
+    out.reserve((shapes.size() + 1) * kShapeTextEstimate);
+    out += "{\"chord\":";
+    writeChord(out, chord);
+    out += ",\"tuning\":";
+    writeTuning(out, tuning, instrumentName);
+    out += ",\"shapes\":[";
     for (std::size_t i = 0; i < shapes.size(); ++i) {
         if (i != 0) {
             out += ',';
         }
-        out += shapeJSON(shapes[i], i + 1, &tuning);
+        writeShape(out, shapes[i], i + 1, &tuning);
     }
     out += "]}";
     return out;
