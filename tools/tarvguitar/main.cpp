@@ -294,554 +294,551 @@ FretText fretTextForTuning(const std::string& text, const SStringedInstrumentTun
                          (tuning->capo() > 0 ? " frets above the capo" : " frets"));
     }
     return fretText;
-    /// The number of chords the tool answers at once unless --jobs says otherwise: one per hardware
-    /// thread.
-    std::size_t defaultJobCount() {
-        return std::max(1u, std::thread::hardware_concurrency());
-    }
+}
 
-    /// The shape of a fret text with its fingering (no chord is named, so it has no score).
-    TARVPlayableShape shapeForFretText(const FretText& text) {
-        const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text.notation);
-        std::vector<std::int8_t> frets =
-            TARVPlayableShapes::fretsForChordShape(*shape, text.stringCount);
-        std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets);
-        return TARVPlayableShape(std::move(frets),
-                                 fingering ? std::move(*fingering) : TARVFingering(), {});
-    }
+/// The number of chords the tool answers at once unless --jobs says otherwise: one per hardware
+/// thread.
+std::size_t defaultJobCount() {
+    return std::max(1u, std::thread::hardware_concurrency());
+}
 
-    struct ShapesCommand {
-        std::vector<std::string> chords;
-        InstrumentOptions instrument;
-        std::string rank = "playable";
-        bool explain = false;
-        bool uncached = false;
-        bool force = false;
-        std::size_t limit = 0;
-        CLI::Option* limitOption = nullptr;
-        static constexpr std::size_t kMaximumLimit = 1000;
-        std::string format = "text";
-        bool ascii = false;
-        TARVDiagramOptions diagram;
-        std::size_t jobs = defaultJobCount();
-        static constexpr std::size_t kMaximumJobs = 256;
+/// The shape of a fret text with its fingering (no chord is named, so it has no score).
+TARVPlayableShape shapeForFretText(const FretText& text) {
+    const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text.notation);
+    std::vector<std::int8_t> frets =
+        TARVPlayableShapes::fretsForChordShape(*shape, text.stringCount);
+    std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets);
+    return TARVPlayableShape(std::move(frets), fingering ? std::move(*fingering) : TARVFingering(),
+                             {});
+}
 
-        /// What one chord symbol comes to, made on any thread and written in input order.
-        struct ChordResult {
-            /// Why the symbol cannot be read; nothing else is set then.
-            std::optional<std::string> problem;
-            /// The answer, written out already (formats that write each chord on its own).
-            std::string text;
-            /// The answer for a format that writes the whole document at the end (svg), which
-            /// takes the answers one after the other.
-            std::optional<ChordShapesAnswer> answer;
-        };
+struct ShapesCommand {
+    std::vector<std::string> chords;
+    InstrumentOptions instrument;
+    std::string rank = "playable";
+    bool explain = false;
+    bool uncached = false;
+    bool force = false;
+    std::size_t limit = 0;
+    CLI::Option* limitOption = nullptr;
+    static constexpr std::size_t kMaximumLimit = 1000;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+    std::size_t jobs = defaultJobCount();
+    static constexpr std::size_t kMaximumJobs = 256;
 
-        /// The formatter of one thread, writing into its own buffer.
-        struct Writer {
-            std::ostringstream out;
-            std::unique_ptr<OutputFormatter> formatter;
-        };
+    /// What one chord symbol comes to, made on any thread and written in input order.
+    struct ChordResult {
+        /// Why the symbol cannot be read; nothing else is set then.
+        std::optional<std::string> problem;
+        /// The answer, written out already (formats that write each chord on its own).
+        std::string text;
+        /// The answer for a format that writes the whole document at the end (svg), which
+        /// takes the answers one after the other.
+        std::optional<ChordShapesAnswer> answer;
+    };
 
-        int run() const {
-            ChosenTuning chosen;
-            try {
-                chosen = instrument.tuning();
-            } catch (const InputError& error) {
-                report(error.what());
-                return kExitBadInput;
-            }
-            const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
-            // --uncached and --force ask for the generator; the playable ranking has no cache.
-            const TARVShapeQuery::Ranking ranking = uncached ? TARVShapeQuery::Ranking::Uncached
-                                                    : force  ? TARVShapeQuery::Ranking::Forced
-                                                    : rank == "spec"
-                                                        ? TARVShapeQuery::Ranking::Cached
-                                                        : TARVShapeQuery::Ranking::Playable;
-            TARVPlayableOptions options;
-            const bool limited = limitOption->count() > 0;
-            if (limited) {
-                options.maximumShapes = std::max(limit, options.maximumShapes);
-            }
-            const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
-            formatter->setInstrumentName(chosen.instrumentName);
-            formatter->setExplain(explain);
-            formatter->setDiagramOptions(diagram);
-            // Each chord is answered and, unless the format writes one document, written on its
-            // own; the answers come out in input order.
-            const bool writtenApart = format != "svg";
-            std::vector<std::unique_ptr<Writer>> writers(jobs);
+    /// The formatter of one thread, writing into its own buffer.
+    struct Writer {
+        std::ostringstream out;
+        std::unique_ptr<OutputFormatter> formatter;
+    };
 
-            const auto answer = [&](const std::string& symbol, std::size_t thread) {
-                ChordResult result;
-                const std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
-                if (!chord) {
-                    result.problem = unreadableChordMessage(symbol);
-                    return result;
-                }
-                ChordShapesAnswer shapes;
-                shapes.chord = chord;
-                shapes.shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
-                shapes.generatedCount = shapes.shapes.size();
-                if (limited && shapes.shapes.size() > limit) {
-                    shapes.shapes.resize(limit);
-                }
-                if (!writtenApart) {
-                    result.answer = std::move(shapes);
-                    return result;
-                }
-                std::unique_ptr<Writer>& writer = writers[thread];
-                if (!writer) {
-                    writer = std::make_unique<Writer>();
-                    writer->formatter = formatterFor(format, ascii, writer->out);
-                    writer->formatter->setInstrumentName(chosen.instrumentName);
-                    writer->formatter->setExplain(explain);
-                    writer->formatter->setDiagramOptions(diagram);
-                }
-                writer->formatter->writeChordShapes(shapes, *tuning);
-                result.text = writer->out.str();
-                writer->out.str(std::string());
+    int run() const {
+        ChosenTuning chosen;
+        try {
+            chosen = instrument.tuning();
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
+        // --uncached and --force ask for the generator; the playable ranking has no cache.
+        const TARVShapeQuery::Ranking ranking = uncached ? TARVShapeQuery::Ranking::Uncached
+                                                : force  ? TARVShapeQuery::Ranking::Forced
+                                                : rank == "spec"
+                                                    ? TARVShapeQuery::Ranking::Cached
+                                                    : TARVShapeQuery::Ranking::Playable;
+        TARVPlayableOptions options;
+        const bool limited = limitOption->count() > 0;
+        if (limited) {
+            options.maximumShapes = std::max(limit, options.maximumShapes);
+        }
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setExplain(explain);
+        formatter->setDiagramOptions(diagram);
+        // Each chord is answered and, unless the format writes one document, written on its
+        // own; the answers come out in input order.
+        const bool writtenApart = format != "svg";
+        std::vector<std::unique_ptr<Writer>> writers(jobs);
+
+        const auto answer = [&](const std::string& symbol, std::size_t thread) {
+            ChordResult result;
+            const std::shared_ptr<const SChord> chord = SChord::chordWithString(symbol);
+            if (!chord) {
+                result.problem = unreadableChordMessage(symbol);
                 return result;
-            };
-
-            bool badInput = false;
-            const auto deliver = [&](ChordResult&& result) {
-                if (result.problem) {
-                    report(*result.problem);
-                    badInput = true;
-                    return;
-                }
-                if (result.answer) {
-                    formatter->writeChordShapes(*result.answer, *tuning);
-                } else {
-                    std::cout.write(result.text.data(),
-                                    static_cast<std::streamsize>(result.text.size()));
-                }
-                std::cout.flush();
-            };
-
-            // Standard input is read on a thread of its own while answers are written.
-            std::cin.tie(nullptr);
-            SymbolReader reader(chords);
-            formatter->begin();
-            OrderedBatch<std::string, ChordResult>::run(
-                jobs, [&] { return reader.next(); }, answer, deliver);
-            formatter->end();
-            return badInput ? kExitBadInput : 0;
-        }
-    };
-
-    struct NotationCommand {
-        std::vector<std::string> fretTexts;
-        InstrumentOptions instrument;
-        std::string format = "text";
-        bool ascii = false;
-        TARVDiagramOptions diagram;
-
-        int run() const {
-            ChosenTuning chosen;
-            if (instrument.given()) {
-                try {
-                    chosen = instrument.tuning();
-                } catch (const InputError& error) {
-                    report(error.what());
-                    return kExitBadInput;
-                }
             }
-            const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
-            const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
-            formatter->setInstrumentName(chosen.instrumentName);
-            formatter->setDiagramOptions(diagram);
-            bool badInput = false;
-            formatter->begin();
-            for (const std::string& text : fretTexts) {
-                NotationAnswer answer;
-                try {
-                    answer.fretText = fretTextForTuning(text, tuning.get());
-                } catch (const InputError& error) {
-                    report(error.what());
-                    badInput = true;
-                    continue;
-                }
-                answer.shape = shapeForFretText(answer.fretText);
-                formatter->writeNotation(answer, tuning.get());
-                std::cout.flush();
+            ChordShapesAnswer shapes;
+            shapes.chord = chord;
+            shapes.shapes = TARVShapeQuery::shapes(chord, tuning, ranking, options);
+            shapes.generatedCount = shapes.shapes.size();
+            if (limited && shapes.shapes.size() > limit) {
+                shapes.shapes.resize(limit);
             }
-            formatter->end();
-            return badInput ? kExitBadInput : 0;
-        }
-    };
+            if (!writtenApart) {
+                result.answer = std::move(shapes);
+                return result;
+            }
+            std::unique_ptr<Writer>& writer = writers[thread];
+            if (!writer) {
+                writer = std::make_unique<Writer>();
+                writer->formatter = formatterFor(format, ascii, writer->out);
+                writer->formatter->setInstrumentName(chosen.instrumentName);
+                writer->formatter->setExplain(explain);
+                writer->formatter->setDiagramOptions(diagram);
+            }
+            writer->formatter->writeChordShapes(shapes, *tuning);
+            result.text = writer->out.str();
+            writer->out.str(std::string());
+            return result;
+        };
 
-    /// `name`: the chords a shape can be, best first.
-    struct NameCommand {
-        std::vector<std::string> fretTexts;
-        InstrumentOptions instrument;
-        std::size_t limit = 0;
-        CLI::Option* limitOption = nullptr;
-        std::string format = "text";
-        bool ascii = false;
-        TARVDiagramOptions diagram;
-
-        int run() const {
-            ChosenTuning chosen;
-            try {
-                chosen = instrument.tuning();
-            } catch (const InputError& error) {
-                report(error.what());
-                return kExitBadInput;
+        bool badInput = false;
+        const auto deliver = [&](ChordResult&& result) {
+            if (result.problem) {
+                report(*result.problem);
+                badInput = true;
+                return;
             }
-            const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
-            // A shape is named as it is fingered, relative to the capo, as chord sheets name it.
-            const auto asWritten = TARVProgression::tuningWithCapo(tuning, 0);
-            const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
-            formatter->setInstrumentName(chosen.instrumentName);
-            formatter->setDiagramOptions(diagram);
-            bool badInput = false;
-            formatter->begin();
-            for (const std::string& text : fretTexts) {
-                NamesAnswer answer;
-                try {
-                    answer.fretText = fretTextForTuning(text, tuning.get());
-                } catch (const InputError& error) {
-                    report(error.what());
-                    badInput = true;
-                    continue;
-                }
-                answer.shape = shapeForFretText(answer.fretText);
-                answer.names = TARVChordNaming::namesForFrets(answer.shape.frets(), asWritten);
-                if (limitOption->count() > 0 && answer.names.size() > limit) {
-                    answer.names.resize(limit);
-                }
-                formatter->writeNames(answer, *tuning);
-                std::cout.flush();
-            }
-            formatter->end();
-            return badInput ? kExitBadInput : 0;
-        }
-    };
-
-    /// `progression`: one shape per chord, chosen for the whole progression.
-    struct ProgressionCommand {
-        std::vector<std::string> chordTexts;
-        InstrumentOptions instrument;
-        std::size_t alternatives = 1;
-        std::size_t candidates = TARVProgressionOptions().candidates;
-        int transpose = 0;
-        std::string format = "text";
-        bool ascii = false;
-        TARVDiagramOptions diagram;
-        static constexpr std::size_t kMaximumAlternatives = 20;
-        static constexpr std::size_t kMaximumCandidates = 40;
-        static constexpr int kMaximumTranspose = 24;
-
-        int run() const {
-            std::vector<SChordPtr> chords;
-            bool badInput = false;
-            for (const std::string& text : chordTexts) {
-                std::string_view rest = text;
-                // Symbols are separated by blanks; bar lines are left out.
-                while (!rest.empty()) {
-                    const std::size_t start = rest.find_first_not_of(" \t,|");
-                    if (start == std::string_view::npos) {
-                        break;
-                    }
-                    rest.remove_prefix(start);
-                    const std::size_t end = std::min(rest.find_first_of(" \t,|"), rest.size());
-                    const SChordPtr chord = readChord(rest.substr(0, end));
-                    badInput = badInput || !chord;
-                    chords.push_back(chord);
-                    rest.remove_prefix(end);
-                }
-            }
-            if (badInput) {
-                return kExitBadInput;
-            }
-            if (chords.empty()) {
-                report("the progression holds no chord");
-                return kExitBadInput;
-            }
-            for (SChordPtr& chord : chords) {
-                chord = TARVChordNaming::transposedChord(chord, transpose);
-            }
-            ChosenTuning chosen;
-            try {
-                chosen = instrument.tuning();
-            } catch (const InputError& error) {
-                report(error.what());
-                return kExitBadInput;
-            }
-            TARVProgressionOptions options;
-            options.alternatives = alternatives;
-            options.candidates = candidates;
-            ProgressionAnswer answer;
-            answer.chords = chords;
-            answer.tuning = chosen.tuning;
-            if (instrument.capoAuto()) {
-                answer.capoChoices = TARVProgression::capoChoices(chords, chosen.tuning, options);
-                if (!answer.capoChoices.empty()) {
-                    answer.tuning = TARVProgression::tuningWithCapo(
-                        chosen.tuning, answer.capoChoices.front().capo);
-                }
-            }
-            answer.arrangements = TARVProgression::arrangements(chords, answer.tuning, options);
-            const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
-            formatter->setInstrumentName(chosen.instrumentName);
-            formatter->setDiagramOptions(diagram);
-            formatter->begin();
-            formatter->writeProgression(answer);
-            formatter->end();
-            std::cout.flush();
-            return 0;
-        }
-    };
-
-    struct ChordCommand {
-        std::vector<std::string> chords;
-        std::string format = "text";
-
-        int run() const {
-            bool badInput = false;
-            forEachSymbol(chords, [&](std::string_view symbol) {
-                const std::shared_ptr<const SChord> chord = readChord(symbol);
-                if (!chord) {
-                    badInput = true;
-                    return;
-                }
-                if (format == "json") {
-                    writeChordReadingJson(std::cout, *chord);
-                } else {
-                    writeChordReadingText(std::cout, *chord);
-                }
-                std::cout.flush();
-            });
-            return badInput ? kExitBadInput : 0;
-        }
-    };
-
-    struct InstrumentsCommand {
-        std::string settingsPath;
-        CLI::Option* settingsOption = nullptr;
-        std::string format = "text";
-
-        int run() const {
-            const std::filesystem::path path = settingsOption->count() > 0
-                                                   ? std::filesystem::path(settingsPath)
-                                                   : defaultSettingsPath();
-            std::optional<NoteEntrySettings> settings;
-            try {
-                settings = loadSettings(path);
-            } catch (const InputError& error) {
-                report(error.what());
-                return kExitBadInput;
-            }
-            for (const StringedInstrumentDescriptor& instrument :
-                 settings->tablature().instruments()) {
-                if (format == "json") {
-                    writeInstrumentJson(std::cout, instrument);
-                } else {
-                    writeInstrumentText(std::cout, instrument);
-                }
+            if (result.answer) {
+                formatter->writeChordShapes(*result.answer, *tuning);
+            } else {
+                std::cout.write(result.text.data(),
+                                static_cast<std::streamsize>(result.text.size()));
             }
             std::cout.flush();
-            return 0;
-        }
-    };
+        };
 
-    struct BuildCacheCommand {
-        std::string shapesDirectory;
-        std::string outputDirectory;
-        CLI::Option* outputOption = nullptr;
-        std::string checkDirectory;
-        CLI::Option* checkOption = nullptr;
-        std::vector<std::string> noteStrings;
-        bool list = false;
-
-        int run() const {
-            if (list) {
-                std::size_t width = 0;
-                for (const ShippedTuning& tuning : shippedTunings()) {
-                    width =
-                        std::max(width, tuningForShippedTuning(tuning)->asciiNoteString().size());
-                }
-                for (const ShippedTuning& tuning : shippedTunings()) {
-                    const std::string noteString =
-                        tuningForShippedTuning(tuning)->asciiNoteString();
-                    std::cout << noteString << std::string(width - noteString.size() + 2, ' ')
-                              << tuning.instrument << ", " << tuning.name << ": " << tuning.pitches
-                              << ", " << tuning.fretCount << " frets\n";
-                }
-                return 0;
-            }
-            if (outputOption->count() == 0 && checkOption->count() == 0) {
-                report("build-cache needs --output DIR or --check DIR (see tarvguitar "
-                       "build-cache --help)");
-                return kExitBadInput;
-            }
-            std::vector<ShippedTuning> tunings;
-            std::optional<ShapeCacheBuild> build;
-            try {
-                tunings = selectedTunings();
-                if (shapesDirectory.empty()) {
-                    throw InputError(
-                        "build-cache needs --shapes-dir, the folder of well-known shapes");
-                }
-                build = buildShapeCaches(tunings, readWellKnownShapeFiles(shapesDirectory));
-            } catch (const InputError& error) {
-                report(error.what());
-                return kExitBadInput;
-            }
-            return outputOption->count() > 0 ? write(*build) : check(*build);
-        }
-
-    private:
-        std::vector<ShippedTuning> selectedTunings() const {
-            if (noteStrings.empty()) {
-                return shippedTunings();
-            }
-            std::vector<ShippedTuning> selected;
-            for (const std::string& noteString : noteStrings) {
-                const auto& all = shippedTunings();
-                const auto found = std::find_if(all.begin(), all.end(), [&](const auto& tuning) {
-                    return tuningForShippedTuning(tuning)->asciiNoteString() == noteString;
-                });
-                if (found == all.end()) {
-                    throw InputError("no built-in tuning has the note string \"" + noteString +
-                                     "\" (see tarvguitar build-cache --list)");
-                }
-                selected.push_back(*found);
-            }
-            return selected;
-        }
-
-        static std::string readBytes(const std::filesystem::path& path, bool& readable) {
-            std::ifstream stream(path, std::ios::binary);
-            readable = static_cast<bool>(stream);
-            return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-        }
-
-        static bool writeBytes(const std::filesystem::path& path,
-                               std::span<const std::uint8_t> bytes) {
-            std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-            stream.write(reinterpret_cast<const char*>(bytes.data()),
-                         static_cast<std::streamsize>(bytes.size()));
-            stream.close();
-            if (!stream) {
-                report("cannot write \"" + path.string() + "\"");
-                return false;
-            }
-            return true;
-        }
-
-        static std::span<const std::uint8_t> bytesOf(const std::string& text) {
-            return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-        }
-
-        int write(const ShapeCacheBuild& build) const {
-            const std::filesystem::path output(outputDirectory);
-            const std::filesystem::path cacheDirectory = output / kShapeCacheDirectory;
-            std::error_code error;
-            std::filesystem::create_directories(cacheDirectory, error);
-            if (error) {
-                report("cannot make the folder \"" + cacheDirectory.string() +
-                       "\": " + error.message());
-                return kExitFailure;
-            }
-            for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
-                const std::string text = shapeCacheJsonText(file.dictionary);
-                const std::optional<TARVData> compressed = compressedData(bytesOf(text));
-                const std::filesystem::path path = cacheDirectory / file.fileName;
-                if (!compressed) {
-                    report("cannot compress \"" + path.string() + "\"");
-                    return kExitFailure;
-                }
-                if (!writeBytes(path, *compressed)) {
-                    return kExitFailure;
-                }
-                std::cout << "wrote " << path.string() << " ("
-                          << file.dictionary.at("chords").size() << " chords)\n";
-            }
-            const std::filesystem::path curatedPath = output / kCuratedShapesFile;
-            if (!writeBytes(curatedPath, bytesOf(curatedShapesText(build.curatedShapes)))) {
-                return kExitFailure;
-            }
-            std::cout << "wrote " << curatedPath.string() << " (" << build.curatedShapes.size()
-                      << (build.curatedShapes.size() == 1 ? " tuning)\n" : " tunings)\n");
-            std::cout.flush();
-            return 0;
-        }
-
-        int check(const ShapeCacheBuild& build) const {
-            const std::filesystem::path directory(checkDirectory);
-            bool upToDate = true;
-            const auto compare = [&](const std::filesystem::path& path, const std::string& expected,
-                                     bool compressed) {
-                bool readable = false;
-                const std::string bytes = readBytes(path, readable);
-                std::optional<TARVData> contents;
-                if (!readable) {
-                    report("\"" + path.string() + "\" is missing");
-                } else if (compressed && !(contents = decompressedData(bytesOf(bytes)))) {
-                    report("\"" + path.string() + "\" does not decompress");
-                } else if ((compressed ? std::string(contents->begin(), contents->end()) : bytes) !=
-                           expected) {
-                    report("\"" + path.string() + "\" is not what build-cache writes");
-                } else {
-                    std::cout << "up to date: " << path.string() << "\n";
-                    return;
-                }
-                upToDate = false;
-            };
-            for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
-                compare(directory / kShapeCacheDirectory / file.fileName,
-                        shapeCacheJsonText(file.dictionary), true);
-            }
-            compare(directory / kCuratedShapesFile, curatedShapesText(build.curatedShapes), false);
-            std::cout.flush();
-            return upToDate ? 0 : kExitFailure;
-        }
-    };
-
-    /// `ranking-data`: what the playability model is fitted on, and how a model ranks the
-    /// well-known shapes.
-    struct RankingDataCommand {
-        std::string shapesDirectory;
-        std::string weightsPath;
-        CLI::Option* weightsOption = nullptr;
-        std::vector<int> roots;
-
-        int run() const {
-            const std::vector<WellKnownShapeFile> files = readWellKnownShapeFiles(shapesDirectory);
-            if (weightsOption->count() == 0) {
-                writeRankingData(std::cout, files);
-                return 0;
-            }
-            std::ifstream stream(weightsPath, std::ios::binary);
-            if (!stream) {
-                throw InputError("cannot read the weights file \"" + weightsPath + "\"");
-            }
-            const std::string text{std::istreambuf_iterator<char>(stream),
-                                   std::istreambuf_iterator<char>()};
-            TARVPlayabilityModel model = TARVPlayabilityModel::shared();
-            try {
-                model = TARVPlayabilityModel::modelWithJSON(text);
-            } catch (const std::invalid_argument& error) {
-                throw InputError(error.what());
-            }
-            writeRankingCheck(std::cout, files, model, std::set<int>(roots.begin(), roots.end()));
-            return 0;
-        }
-    };
-
-    void addFormatOptions(CLI::App & command, std::string & format, bool* ascii,
-                          const std::vector<std::string>& formats) {
-        command
-            .add_option("--format", format,
-                        "Output format: " + CLI::detail::join(formats, ", ") + " (default text)")
-            ->check(CLI::IsMember(formats));
-        if (ascii != nullptr) {
-            command.add_flag("--ascii", *ascii, "Draw text chord boxes with ASCII characters only");
-        }
+        // Standard input is read on a thread of its own while answers are written.
+        std::cin.tie(nullptr);
+        SymbolReader reader(chords);
+        formatter->begin();
+        OrderedBatch<std::string, ChordResult>::run(
+            jobs, [&] { return reader.next(); }, answer, deliver);
+        formatter->end();
+        return badInput ? kExitBadInput : 0;
     }
+};
+
+struct NotationCommand {
+    std::vector<std::string> fretTexts;
+    InstrumentOptions instrument;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+
+    int run() const {
+        ChosenTuning chosen;
+        if (instrument.given()) {
+            try {
+                chosen = instrument.tuning();
+            } catch (const InputError& error) {
+                report(error.what());
+                return kExitBadInput;
+            }
+        }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
+        bool badInput = false;
+        formatter->begin();
+        for (const std::string& text : fretTexts) {
+            NotationAnswer answer;
+            try {
+                answer.fretText = fretTextForTuning(text, tuning.get());
+            } catch (const InputError& error) {
+                report(error.what());
+                badInput = true;
+                continue;
+            }
+            answer.shape = shapeForFretText(answer.fretText);
+            formatter->writeNotation(answer, tuning.get());
+            std::cout.flush();
+        }
+        formatter->end();
+        return badInput ? kExitBadInput : 0;
+    }
+};
+
+/// `name`: the chords a shape can be, best first.
+struct NameCommand {
+    std::vector<std::string> fretTexts;
+    InstrumentOptions instrument;
+    std::size_t limit = 0;
+    CLI::Option* limitOption = nullptr;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+
+    int run() const {
+        ChosenTuning chosen;
+        try {
+            chosen = instrument.tuning();
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        const SStringedInstrumentTuningPtr& tuning = chosen.tuning;
+        // A shape is named as it is fingered, relative to the capo, as chord sheets name it.
+        const auto asWritten = TARVProgression::tuningWithCapo(tuning, 0);
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
+        bool badInput = false;
+        formatter->begin();
+        for (const std::string& text : fretTexts) {
+            NamesAnswer answer;
+            try {
+                answer.fretText = fretTextForTuning(text, tuning.get());
+            } catch (const InputError& error) {
+                report(error.what());
+                badInput = true;
+                continue;
+            }
+            answer.shape = shapeForFretText(answer.fretText);
+            answer.names = TARVChordNaming::namesForFrets(answer.shape.frets(), asWritten);
+            if (limitOption->count() > 0 && answer.names.size() > limit) {
+                answer.names.resize(limit);
+            }
+            formatter->writeNames(answer, *tuning);
+            std::cout.flush();
+        }
+        formatter->end();
+        return badInput ? kExitBadInput : 0;
+    }
+};
+
+/// `progression`: one shape per chord, chosen for the whole progression.
+struct ProgressionCommand {
+    std::vector<std::string> chordTexts;
+    InstrumentOptions instrument;
+    std::size_t alternatives = 1;
+    std::size_t candidates = TARVProgressionOptions().candidates;
+    int transpose = 0;
+    std::string format = "text";
+    bool ascii = false;
+    TARVDiagramOptions diagram;
+    static constexpr std::size_t kMaximumAlternatives = 20;
+    static constexpr std::size_t kMaximumCandidates = 40;
+    static constexpr int kMaximumTranspose = 24;
+
+    int run() const {
+        std::vector<SChordPtr> chords;
+        bool badInput = false;
+        for (const std::string& text : chordTexts) {
+            std::string_view rest = text;
+            // Symbols are separated by blanks; bar lines are left out.
+            while (!rest.empty()) {
+                const std::size_t start = rest.find_first_not_of(" \t,|");
+                if (start == std::string_view::npos) {
+                    break;
+                }
+                rest.remove_prefix(start);
+                const std::size_t end = std::min(rest.find_first_of(" \t,|"), rest.size());
+                const SChordPtr chord = readChord(rest.substr(0, end));
+                badInput = badInput || !chord;
+                chords.push_back(chord);
+                rest.remove_prefix(end);
+            }
+        }
+        if (badInput) {
+            return kExitBadInput;
+        }
+        if (chords.empty()) {
+            report("the progression holds no chord");
+            return kExitBadInput;
+        }
+        for (SChordPtr& chord : chords) {
+            chord = TARVChordNaming::transposedChord(chord, transpose);
+        }
+        ChosenTuning chosen;
+        try {
+            chosen = instrument.tuning();
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        TARVProgressionOptions options;
+        options.alternatives = alternatives;
+        options.candidates = candidates;
+        ProgressionAnswer answer;
+        answer.chords = chords;
+        answer.tuning = chosen.tuning;
+        if (instrument.capoAuto()) {
+            answer.capoChoices = TARVProgression::capoChoices(chords, chosen.tuning, options);
+            if (!answer.capoChoices.empty()) {
+                answer.tuning =
+                    TARVProgression::tuningWithCapo(chosen.tuning, answer.capoChoices.front().capo);
+            }
+        }
+        answer.arrangements = TARVProgression::arrangements(chords, answer.tuning, options);
+        const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
+        formatter->setInstrumentName(chosen.instrumentName);
+        formatter->setDiagramOptions(diagram);
+        formatter->begin();
+        formatter->writeProgression(answer);
+        formatter->end();
+        std::cout.flush();
+        return 0;
+    }
+};
+
+struct ChordCommand {
+    std::vector<std::string> chords;
+    std::string format = "text";
+
+    int run() const {
+        bool badInput = false;
+        forEachSymbol(chords, [&](std::string_view symbol) {
+            const std::shared_ptr<const SChord> chord = readChord(symbol);
+            if (!chord) {
+                badInput = true;
+                return;
+            }
+            if (format == "json") {
+                writeChordReadingJson(std::cout, *chord);
+            } else {
+                writeChordReadingText(std::cout, *chord);
+            }
+            std::cout.flush();
+        });
+        return badInput ? kExitBadInput : 0;
+    }
+};
+
+struct InstrumentsCommand {
+    std::string settingsPath;
+    CLI::Option* settingsOption = nullptr;
+    std::string format = "text";
+
+    int run() const {
+        const std::filesystem::path path = settingsOption->count() > 0
+                                               ? std::filesystem::path(settingsPath)
+                                               : defaultSettingsPath();
+        std::optional<NoteEntrySettings> settings;
+        try {
+            settings = loadSettings(path);
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        for (const StringedInstrumentDescriptor& instrument : settings->tablature().instruments()) {
+            if (format == "json") {
+                writeInstrumentJson(std::cout, instrument);
+            } else {
+                writeInstrumentText(std::cout, instrument);
+            }
+        }
+        std::cout.flush();
+        return 0;
+    }
+};
+
+struct BuildCacheCommand {
+    std::string shapesDirectory;
+    std::string outputDirectory;
+    CLI::Option* outputOption = nullptr;
+    std::string checkDirectory;
+    CLI::Option* checkOption = nullptr;
+    std::vector<std::string> noteStrings;
+    bool list = false;
+
+    int run() const {
+        if (list) {
+            std::size_t width = 0;
+            for (const ShippedTuning& tuning : shippedTunings()) {
+                width = std::max(width, tuningForShippedTuning(tuning)->asciiNoteString().size());
+            }
+            for (const ShippedTuning& tuning : shippedTunings()) {
+                const std::string noteString = tuningForShippedTuning(tuning)->asciiNoteString();
+                std::cout << noteString << std::string(width - noteString.size() + 2, ' ')
+                          << tuning.instrument << ", " << tuning.name << ": " << tuning.pitches
+                          << ", " << tuning.fretCount << " frets\n";
+            }
+            return 0;
+        }
+        if (outputOption->count() == 0 && checkOption->count() == 0) {
+            report("build-cache needs --output DIR or --check DIR (see tarvguitar "
+                   "build-cache --help)");
+            return kExitBadInput;
+        }
+        std::vector<ShippedTuning> tunings;
+        std::optional<ShapeCacheBuild> build;
+        try {
+            tunings = selectedTunings();
+            if (shapesDirectory.empty()) {
+                throw InputError("build-cache needs --shapes-dir, the folder of well-known shapes");
+            }
+            build = buildShapeCaches(tunings, readWellKnownShapeFiles(shapesDirectory));
+        } catch (const InputError& error) {
+            report(error.what());
+            return kExitBadInput;
+        }
+        return outputOption->count() > 0 ? write(*build) : check(*build);
+    }
+
+private:
+    std::vector<ShippedTuning> selectedTunings() const {
+        if (noteStrings.empty()) {
+            return shippedTunings();
+        }
+        std::vector<ShippedTuning> selected;
+        for (const std::string& noteString : noteStrings) {
+            const auto& all = shippedTunings();
+            const auto found = std::find_if(all.begin(), all.end(), [&](const auto& tuning) {
+                return tuningForShippedTuning(tuning)->asciiNoteString() == noteString;
+            });
+            if (found == all.end()) {
+                throw InputError("no built-in tuning has the note string \"" + noteString +
+                                 "\" (see tarvguitar build-cache --list)");
+            }
+            selected.push_back(*found);
+        }
+        return selected;
+    }
+
+    static std::string readBytes(const std::filesystem::path& path, bool& readable) {
+        std::ifstream stream(path, std::ios::binary);
+        readable = static_cast<bool>(stream);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+
+    static bool writeBytes(const std::filesystem::path& path, std::span<const std::uint8_t> bytes) {
+        std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+        stream.write(reinterpret_cast<const char*>(bytes.data()),
+                     static_cast<std::streamsize>(bytes.size()));
+        stream.close();
+        if (!stream) {
+            report("cannot write \"" + path.string() + "\"");
+            return false;
+        }
+        return true;
+    }
+
+    static std::span<const std::uint8_t> bytesOf(const std::string& text) {
+        return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+    }
+
+    int write(const ShapeCacheBuild& build) const {
+        const std::filesystem::path output(outputDirectory);
+        const std::filesystem::path cacheDirectory = output / kShapeCacheDirectory;
+        std::error_code error;
+        std::filesystem::create_directories(cacheDirectory, error);
+        if (error) {
+            report("cannot make the folder \"" + cacheDirectory.string() +
+                   "\": " + error.message());
+            return kExitFailure;
+        }
+        for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
+            const std::string text = shapeCacheJsonText(file.dictionary);
+            const std::optional<TARVData> compressed = compressedData(bytesOf(text));
+            const std::filesystem::path path = cacheDirectory / file.fileName;
+            if (!compressed) {
+                report("cannot compress \"" + path.string() + "\"");
+                return kExitFailure;
+            }
+            if (!writeBytes(path, *compressed)) {
+                return kExitFailure;
+            }
+            std::cout << "wrote " << path.string() << " (" << file.dictionary.at("chords").size()
+                      << " chords)\n";
+        }
+        const std::filesystem::path curatedPath = output / kCuratedShapesFile;
+        if (!writeBytes(curatedPath, bytesOf(curatedShapesText(build.curatedShapes)))) {
+            return kExitFailure;
+        }
+        std::cout << "wrote " << curatedPath.string() << " (" << build.curatedShapes.size()
+                  << (build.curatedShapes.size() == 1 ? " tuning)\n" : " tunings)\n");
+        std::cout.flush();
+        return 0;
+    }
+
+    int check(const ShapeCacheBuild& build) const {
+        const std::filesystem::path directory(checkDirectory);
+        bool upToDate = true;
+        const auto compare = [&](const std::filesystem::path& path, const std::string& expected,
+                                 bool compressed) {
+            bool readable = false;
+            const std::string bytes = readBytes(path, readable);
+            std::optional<TARVData> contents;
+            if (!readable) {
+                report("\"" + path.string() + "\" is missing");
+            } else if (compressed && !(contents = decompressedData(bytesOf(bytes)))) {
+                report("\"" + path.string() + "\" does not decompress");
+            } else if ((compressed ? std::string(contents->begin(), contents->end()) : bytes) !=
+                       expected) {
+                report("\"" + path.string() + "\" is not what build-cache writes");
+            } else {
+                std::cout << "up to date: " << path.string() << "\n";
+                return;
+            }
+            upToDate = false;
+        };
+        for (const ShapeCacheBuild::TuningFile& file : build.tuningFiles) {
+            compare(directory / kShapeCacheDirectory / file.fileName,
+                    shapeCacheJsonText(file.dictionary), true);
+        }
+        compare(directory / kCuratedShapesFile, curatedShapesText(build.curatedShapes), false);
+        std::cout.flush();
+        return upToDate ? 0 : kExitFailure;
+    }
+};
+
+/// `ranking-data`: what the playability model is fitted on, and how a model ranks the
+/// well-known shapes.
+struct RankingDataCommand {
+    std::string shapesDirectory;
+    std::string weightsPath;
+    CLI::Option* weightsOption = nullptr;
+    std::vector<int> roots;
+
+    int run() const {
+        const std::vector<WellKnownShapeFile> files = readWellKnownShapeFiles(shapesDirectory);
+        if (weightsOption->count() == 0) {
+            writeRankingData(std::cout, files);
+            return 0;
+        }
+        std::ifstream stream(weightsPath, std::ios::binary);
+        if (!stream) {
+            throw InputError("cannot read the weights file \"" + weightsPath + "\"");
+        }
+        const std::string text{std::istreambuf_iterator<char>(stream),
+                               std::istreambuf_iterator<char>()};
+        TARVPlayabilityModel model = TARVPlayabilityModel::shared();
+        try {
+            model = TARVPlayabilityModel::modelWithJSON(text);
+        } catch (const std::invalid_argument& error) {
+            throw InputError(error.what());
+        }
+        writeRankingCheck(std::cout, files, model, std::set<int>(roots.begin(), roots.end()));
+        return 0;
+    }
+};
+
+void addFormatOptions(CLI::App& command, std::string& format, bool* ascii,
+                      const std::vector<std::string>& formats) {
+    command
+        .add_option("--format", format,
+                    "Output format: " + CLI::detail::join(formats, ", ") + " (default text)")
+        ->check(CLI::IsMember(formats));
+    if (ascii != nullptr) {
+        command.add_flag("--ascii", *ascii, "Draw text chord boxes with ASCII characters only");
+    }
+}
 
 } // namespace
 
