@@ -119,6 +119,39 @@ TEST(TarvguitarPlayer, JsonIsTheSameForEveryHand) {
     EXPECT_NE(tool("shapes C Bm --left-handed").out, tool("shapes C Bm").out);
 }
 
+TEST(TarvguitarPlayer, TheBanjosShortStringIsNeverFrettedBelowItsStart) {
+    // The short string is written first: open, muted or above its fifth fret.
+    const auto onTheShortString = [](const nlohmann::json& shapes, bool below) {
+        for (const auto& shape : shapes) {
+            const std::string frets = shape["frets"];
+            const std::string first = frets.substr(0, frets.find(','));
+            if ((first != "x" && first != "0" && std::stoi(first) <= 5) == below) {
+                return true;
+            }
+        }
+        return false;
+    };
+    bool fullLengthFretsIt = false;
+    for (const std::string chord : {"G", "C", "D7", "Em", "A", "F"}) {
+        SCOPED_TRACE(chord);
+        const std::string banjo = "shapes " + chord + " --tuning 'G4 D3 G3 B3 D4' --format json";
+        const Answer shortString = tool(banjo + " --short-string 5");
+        ASSERT_EQ(shortString.status, 0);
+        const nlohmann::json shapes = nlohmann::json::parse(shortString.out)["shapes"];
+        ASSERT_FALSE(shapes.empty());
+        EXPECT_FALSE(onTheShortString(shapes, true));
+        fullLengthFretsIt =
+            fullLengthFretsIt ||
+            onTheShortString(nlohmann::json::parse(tool(banjo).out)["shapes"], true);
+    }
+    EXPECT_TRUE(fullLengthFretsIt);
+    EXPECT_EQ(tool("shapes G --tuning 'G4 D3 G3 B3 D4' --short-string 5 --format json")
+                  .out.find("\"frets\":\"0,0,0,0,0\""),
+              tool("shapes G --tuning 'G4 D3 G3 B3 D4' --short-string 5 --format json")
+                  .out.find("\"frets\":"));
+    EXPECT_EQ(tool("shapes C --short-string 300").status, 2);
+}
+
 TEST(TarvguitarPlayer, BadInputGetsOneLineAndStatusTwo) {
     for (const std::string arguments :
          {"name x,3,2", "name x,3,2,0,1,0 --capo auto", "name 'x,3,2,0,1,q'",

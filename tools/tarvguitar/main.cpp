@@ -83,6 +83,9 @@ struct InstrumentOptions {
     int capo = 0;
     /// With `allowCapoAuto`: "auto", or empty for a number in `capo`.
     std::string capoText;
+    /// The fret the first string of the tuning starts at (a banjo's short fifth string), 0 for
+    /// the nut.
+    int shortStringStart = 0;
     CLI::Option* pitchesOption = nullptr;
     CLI::Option* customNameOption = nullptr;
     CLI::Option* settingsOption = nullptr;
@@ -126,6 +129,14 @@ struct InstrumentOptions {
         for (CLI::Option* option : {instrumentOption, tuningNameOption, settingsOption}) {
             option->excludes(pitchesOption);
         }
+        command
+            .add_option("--short-string", shortStringStart,
+                        "The first string of the tuning (written first: the banjo's short fifth "
+                        "string) starts at this fret and sounds open or above it; its frets "
+                        "count from the nut (default 0: a full-length string). For the "
+                        "playable ranking and progressions")
+            ->check(CLI::Range(0, kMaximumByte))
+            ->type_name("FRET");
         fretCountOption = command
                               .add_option("--frets", fretCount,
                                           "Frets on the neck (default 22, or the "
@@ -157,6 +168,17 @@ struct InstrumentOptions {
     }
 
     bool capoAuto() const { return capoOption->count() > 0 && capoText == "auto"; }
+
+    /// The ranking's options for `tuning`: the short first string, when there is one.
+    TARVPlayableOptions playableOptions(const SStringedInstrumentTuning& tuning) const {
+        TARVPlayableOptions options;
+        if (shortStringStart > 0 && tuning.stringCount() > 0) {
+            // The first string written is the highest string number.
+            options.stringStartFrets.assign(tuning.stringCount(), 0);
+            options.stringStartFrets.back() = static_cast<std::uint8_t>(shortStringStart);
+        }
+        return options;
+    }
 
     bool fromSettings() const {
         return settingsOption->count() > 0 || instrumentOption->count() > 0 ||
@@ -360,7 +382,7 @@ struct ShapesCommand {
                                                 : rank == "spec"
                                                     ? TARVShapeQuery::Ranking::Cached
                                                     : TARVShapeQuery::Ranking::Playable;
-        TARVPlayableOptions options;
+        TARVPlayableOptions options = instrument.playableOptions(*tuning);
         const bool limited = limitOption->count() > 0;
         if (limited) {
             options.maximumShapes = std::max(limit, options.maximumShapes);
@@ -573,6 +595,7 @@ struct ProgressionCommand {
             return kExitBadInput;
         }
         TARVProgressionOptions options;
+        options.playable = instrument.playableOptions(*chosen.tuning);
         options.alternatives = alternatives;
         options.candidates = candidates;
         ProgressionAnswer answer;
