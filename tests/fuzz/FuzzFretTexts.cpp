@@ -5,6 +5,7 @@
 
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
+#include "tarv/shapes/TARVGeneralLog.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +13,13 @@
 #include <cstdint>
 #include <string_view>
 #include <vector>
+
+// Most fuzzed shapes are invalid, and the warning the library logs for each would cost more than
+// the rest of the run.
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+    tarv::TARVGeneralLog::generalLog().set_level(spdlog::level::err);
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tarv;
