@@ -120,7 +120,12 @@ Json referenceShape(const TARVPlayableShape& shape, std::size_t rank,
                               {"finger", barre.finger}});
     }
     object["barres"] = std::move(barres);
-    object["notes"] = referenceNotes(model ? model->notesInTuning(tuning) : std::vector<SNote>());
+    // The sounding notes: the shape's notes raised by the capo.
+    std::vector<SNote> notes = model ? model->notesInTuning(tuning) : std::vector<SNote>();
+    for (SNote& note : notes) {
+        note = note.noteWithOffset(static_cast<std::int8_t>(tuning.capo()));
+    }
+    object["notes"] = referenceNotes(notes);
     Json indicators = Json::array();
     if (model) {
         for (const TARVFretIndicator& indicator : model->indicators()) {
