@@ -1,4 +1,5 @@
 #include "tarv/ranking/TARVChordNaming.hpp"
+#include "FretTexts.hpp"
 #include "tarv/ranking/TARVPlayableShapes.hpp"
 
 #include <gtest/gtest.h>
@@ -9,20 +10,6 @@
 
 namespace tarv {
 namespace {
-
-/// Frets written as players write them, lowest string first ("x,3,2,0,1,0").
-std::vector<std::int8_t> frets(const std::string& text) {
-    std::vector<std::int8_t> result;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        const std::size_t end = std::min(text.find(',', start), text.size());
-        const std::string part = text.substr(start, end - start);
-        result.insert(result.begin(),
-                      part == "x" ? std::int8_t{-1} : static_cast<std::int8_t>(std::stoi(part)));
-        start = end + 1;
-    }
-    return result;
-}
 
 SStringedInstrumentTuningConstPtr guitar() {
     return SStringedInstrumentTuning::stringedInstrumentTuning();

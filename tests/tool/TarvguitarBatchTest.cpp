@@ -42,16 +42,6 @@ const std::vector<std::string> kProblemLines{
     "tarvguitar: cannot read the chord symbol \"Q#\"",
 };
 
-std::vector<std::string> textLines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    std::string line;
-    while (std::getline(stream, line)) {
-        result.push_back(line);
-    }
-    return result;
-}
-
 /// The arguments of a run: the symbols before and after standard input, then `options`.
 std::vector<std::string> shapesArguments(const std::vector<std::string>& options,
                                          const std::string& jobs) {

@@ -165,16 +165,6 @@ std::string referenceAnswerLine(const SChord& chord, const SStringedInstrumentTu
 // Comparisons
 // ---------------------------------------------------------------------------------------
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    std::string line;
-    while (std::getline(stream, line)) {
-        result.push_back(line);
-    }
-    return result;
-}
-
 /// Where `actual` first differs from `expected`, with a little of both around it.
 std::string firstDifference(const std::string& expected, const std::string& actual) {
     std::size_t at = 0;
@@ -196,7 +186,7 @@ void expectToolMatchesReference(const std::vector<std::string>& rankingArguments
     const ToolRun run = runTool(TARV_TOOL_PATH, arguments, linesText(symbols));
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.err, "");
-    const std::vector<std::string> written = lines(run.out);
+    const std::vector<std::string> written = textLines(run.out);
     ASSERT_EQ(written.size(), symbols.size());
 
     const SStringedInstrumentTuningPtr tuning = TARVInstrumentText::tuningForRequest({});

@@ -1,6 +1,8 @@
 // End-to-end tests of the tarvguitar command-line tool: each test runs the built binary and reads
 // what it writes.
 
+#include "ToolTestSupport.hpp"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -36,111 +38,26 @@ namespace {
 
 using nlohmann::json;
 
-struct RunResult {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
+using RunResult = tarv::tooltest::ToolRun;
+using ScratchDirectory = tarv::tooltest::ScratchFolder;
+using tarv::tooltest::textLines;
 
 std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return tarv::tooltest::fileText(path);
 }
 
-/// A scratch directory, removed with its contents at the end of the scope.
-class ScratchDirectory {
-public:
-    ScratchDirectory() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "tarv-tool-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error(std::string("mkdtemp: ") + std::strerror(errno));
-        }
-        _path = pattern;
-    }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-    ~ScratchDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(_path, ignored);
-    }
-    const std::filesystem::path& path() const { return _path; }
-
-private:
-    std::filesystem::path _path;
-};
-
-/// Runs `program` with `arguments` in a fresh working directory, `input` on standard input, and
-/// collects its exit status and both outputs. The shape cache's debug log is switched off so that
-/// standard error holds only what the tool itself reports.
 RunResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
                      const std::string& input = "") {
-    ScratchDirectory scratch;
-    const std::string inputPath = (scratch.path() / "stdin").string();
-    const std::string outPath = (scratch.path() / "stdout").string();
-    const std::string errPath = (scratch.path() / "stderr").string();
-    std::ofstream(inputPath, std::ios::binary) << input;
-
-    std::vector<std::string> argumentStorage{program};
-    argumentStorage.insert(argumentStorage.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& argument : argumentStorage) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-
-    std::vector<char*> envp;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (std::strncmp(*entry, "TARV_GUITAR_SHAPE_CACHE_DEBUG=", 30) != 0) {
-            envp.push_back(*entry);
-        }
-    }
-    envp.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, inputPath.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addchdir_np(&actions, scratch.path().c_str());
-
-    RunResult result;
-    pid_t pid = 0;
-    const int spawned =
-        posix_spawnp(&pid, program.c_str(), &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) {
-        result.err = "cannot start " + program + ": " + std::strerror(spawned);
-        return result;
-    }
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.out = readFile(outPath);
-    result.err = readFile(errPath);
-    return result;
+    return tarv::tooltest::runTool(program, arguments, input);
 }
 
 RunResult runTool(const std::vector<std::string>& arguments, const std::string& input = "") {
     return runProgram(TARV_TOOL_PATH, arguments, input);
 }
 
-std::vector<std::string> lines(const std::string& text) {
-    std::vector<std::string> result;
-    std::istringstream stream(text);
-    std::string line;
-    while (std::getline(stream, line)) {
-        result.push_back(line);
-    }
-    return result;
-}
-
 std::vector<json> jsonLines(const std::string& text) {
     std::vector<json> objects;
-    for (const std::string& line : lines(text)) {
+    for (const std::string& line : textLines(text)) {
         objects.push_back(json::parse(line));
     }
     return objects;
@@ -598,7 +515,7 @@ TEST(TarvguitarShapesText, LinesFitInEightyColumns) {
           std::vector<std::string>{"shapes", "D", "--tuning", "D2 A2 D3 F#3 A3 D4"}}) {
         const RunResult result = runTool(arguments);
         ASSERT_EQ(result.exitCode, 0) << result.err;
-        for (const std::string& line : lines(result.out)) {
+        for (const std::string& line : textLines(result.out)) {
             EXPECT_LE(columns(line), 80U) << line;
             EXPECT_TRUE(line.empty() || line.back() != ' ') << "trailing blank: " << line;
         }
@@ -606,7 +523,7 @@ TEST(TarvguitarShapesText, LinesFitInEightyColumns) {
 }
 
 TEST(TarvguitarShapesText, OpenShapeShowsTheNutAndItsMarkers) {
-    const std::vector<std::string> box = lines(runTool({"notation", "x,3,2,0,1,0"}).out);
+    const std::vector<std::string> box = textLines(runTool({"notation", "x,3,2,0,1,0"}).out);
     // A heading, a blank line, the markers, the nut, then the fret rows.
     ASSERT_GE(box.size(), 6U);
     EXPECT_EQ(box[2], "x     o   o");
@@ -617,7 +534,7 @@ TEST(TarvguitarShapesText, OpenShapeShowsTheNutAndItsMarkers) {
 }
 
 TEST(TarvguitarShapesText, ShapeUpTheNeckWritesItsFirstFretBesideTheFirstRow) {
-    const std::vector<std::string> box = lines(runTool({"notation", "x,5,7,7,7,5"}).out);
+    const std::vector<std::string> box = textLines(runTool({"notation", "x,5,7,7,7,5"}).out);
     ASSERT_GE(box.size(), 5U);
     EXPECT_EQ(box[2], "x");
     EXPECT_EQ(box[3], "┌─┬─┬─┬─┬─┐");
@@ -626,7 +543,7 @@ TEST(TarvguitarShapesText, ShapeUpTheNeckWritesItsFirstFretBesideTheFirstRow) {
 }
 
 TEST(TarvguitarShapesText, BoxIsAsTallAsTheShapeReaches) {
-    const std::vector<std::string> box = lines(runTool({"notation", "x,5,7,7,7,9"}).out);
+    const std::vector<std::string> box = textLines(runTool({"notation", "x,5,7,7,7,9"}).out);
     const auto rows =
         static_cast<std::size_t>(std::count_if(box.begin(), box.end(), [](const std::string& line) {
             return line.rfind("├", 0) == 0 || line.rfind("└", 0) == 0;
@@ -731,7 +648,7 @@ TEST(TarvguitarShapesSvg, EscapesTextsFromTheCommandLine) {
 
 void expectOneErrorLineNaming(const RunResult& result, const std::string& name) {
     EXPECT_EQ(result.exitCode, 2);
-    const std::vector<std::string> errorLines = lines(result.err);
+    const std::vector<std::string> errorLines = textLines(result.err);
     ASSERT_EQ(errorLines.size(), 1U) << result.err;
     EXPECT_NE(errorLines.front().find(name), std::string::npos) << result.err;
 }
@@ -842,7 +759,7 @@ TEST(TarvguitarErrors, FretTextsTheNotationWouldMisreadAreRejected) {
     for (const char* text : {"x,3,,0,1,0", "x,3,2a,0,1,0", "x,-1,2,0,1,0", "x,3,2,0,1,128", ""}) {
         const RunResult result = runTool({"notation", text});
         EXPECT_EQ(result.exitCode, 2) << text;
-        EXPECT_EQ(lines(result.err).size(), 1U) << text;
+        EXPECT_EQ(textLines(result.err).size(), 1U) << text;
     }
 }
 
@@ -853,7 +770,7 @@ TEST(TarvguitarErrors, FretTextThatDoesNotFitTheTuningExitsTwo) {
 }
 
 TEST(TarvguitarErrors, MissingCommandOrArgumentExitsTwo) {
-    EXPECT_EQ(lines(runTool({}).err).size(), 1U);
+    EXPECT_EQ(textLines(runTool({}).err).size(), 1U);
     EXPECT_EQ(runTool({}).exitCode, 2);
     EXPECT_EQ(runTool({"shapes"}).exitCode, 2);
     EXPECT_EQ(runTool({"shapes", "C", "--format", "pdf"}).exitCode, 2);
@@ -964,7 +881,7 @@ TEST(TarvguitarShapesCache, ForcedGenerationMergesTheGeneratedShapesIntoTheCache
 TEST(TarvguitarShapesCache, ForceAndUncachedExcludeEachOther) {
     const RunResult result = runTool({"shapes", "C", "--rank", "spec", "--force", "--uncached"});
     EXPECT_EQ(result.exitCode, 2);
-    EXPECT_EQ(lines(result.err).size(), 1U) << result.err;
+    EXPECT_EQ(textLines(result.err).size(), 1U) << result.err;
 }
 
 /// The highest fret of a fret-number text, 0 when no string is fretted.
@@ -1217,7 +1134,7 @@ TEST(TarvguitarShapesInstrument, InstrumentOptionsExcludeAPlainTuning) {
         const RunResult result =
             runTool({"shapes", "C", "--tuning", "E2 A2 D3 G3 B3 E4", option, "Guitar"});
         EXPECT_EQ(result.exitCode, 2) << option;
-        EXPECT_EQ(lines(result.err).size(), 1U) << result.err;
+        EXPECT_EQ(textLines(result.err).size(), 1U) << result.err;
     }
     EXPECT_EQ(runTool({"shapes", "C", "--custom-name", "Mine"}).exitCode, 2);
 }
@@ -1317,7 +1234,7 @@ TEST(TarvguitarBuildCache, CheckNamesEveryFileThatDiffersOrIsMissing) {
 
     const RunResult result = buildCache({"--check", copy.path().string()});
     EXPECT_EQ(result.exitCode, 1);
-    const std::vector<std::string> errors = lines(result.err);
+    const std::vector<std::string> errors = textLines(result.err);
     ASSERT_EQ(errors.size(), 3U) << result.err;
     EXPECT_NE(errors[0].find("GCEA.shapecache\" is not what build-cache writes"), std::string::npos)
         << errors[0];
@@ -1329,7 +1246,7 @@ TEST(TarvguitarBuildCache, CheckNamesEveryFileThatDiffersOrIsMissing) {
 TEST(TarvguitarBuildCache, ListsTheBuiltInTunings) {
     const RunResult result = runTool({"build-cache", "--list"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    const std::vector<std::string> listed = lines(result.out);
+    const std::vector<std::string> listed = textLines(result.out);
     ASSERT_EQ(listed.size(), kListedTunings.size());
     for (std::size_t index = 0; index < listed.size(); ++index) {
         EXPECT_EQ(listed[index].rfind(kListedTunings[index] + " ", 0), 0U) << listed[index];
@@ -1348,7 +1265,7 @@ TEST(TarvguitarBuildCache, ListsTheBuiltInTunings) {
 TEST(TarvguitarBuildCache, EveryListedTuningHasAShippedFile) {
     const RunResult result = runTool({"build-cache", "--list"});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    const std::vector<std::string> listed = lines(result.out);
+    const std::vector<std::string> listed = textLines(result.out);
     ASSERT_FALSE(listed.empty());
     for (const std::string& line : listed) {
         const std::string noteString = line.substr(0, line.find(' '));

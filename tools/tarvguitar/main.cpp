@@ -334,6 +334,27 @@ TARVPlayableShape shapeForFretText(const FretText& text) {
                              {});
 }
 
+/// Calls `answer` with each fret text of `texts` that reads (and fits `tuning` when there is
+/// one) and its fingered shape, in order, flushing after each; reports each that does not. True
+/// when every text was read.
+bool forEachFretText(const std::vector<std::string>& texts, const SStringedInstrumentTuning* tuning,
+                     const std::function<void(const FretText&, TARVPlayableShape)>& answer) {
+    bool read = true;
+    for (const std::string& text : texts) {
+        FretText fretText;
+        try {
+            fretText = fretTextForTuning(text, tuning);
+        } catch (const InputError& error) {
+            report(error.what());
+            read = false;
+            continue;
+        }
+        answer(fretText, shapeForFretText(fretText));
+        std::cout.flush();
+    }
+    return read;
+}
+
 struct ShapesCommand {
     std::vector<std::string> chords;
     InstrumentOptions instrument;
@@ -476,23 +497,13 @@ struct NotationCommand {
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
         formatter->setDiagramOptions(diagram);
-        bool badInput = false;
         formatter->begin();
-        for (const std::string& text : fretTexts) {
-            NotationAnswer answer;
-            try {
-                answer.fretText = fretTextForTuning(text, tuning.get());
-            } catch (const InputError& error) {
-                report(error.what());
-                badInput = true;
-                continue;
-            }
-            answer.shape = shapeForFretText(answer.fretText);
-            formatter->writeNotation(answer, tuning.get());
-            std::cout.flush();
-        }
+        const bool read = forEachFretText(
+            fretTexts, tuning.get(), [&](const FretText& fretText, TARVPlayableShape shape) {
+                formatter->writeNotation({fretText, std::move(shape)}, tuning.get());
+            });
         formatter->end();
-        return badInput ? kExitBadInput : 0;
+        return read ? 0 : kExitBadInput;
     }
 };
 
@@ -520,27 +531,18 @@ struct NameCommand {
         const std::unique_ptr<OutputFormatter> formatter = formatterFor(format, ascii);
         formatter->setInstrumentName(chosen.instrumentName);
         formatter->setDiagramOptions(diagram);
-        bool badInput = false;
         formatter->begin();
-        for (const std::string& text : fretTexts) {
-            NamesAnswer answer;
-            try {
-                answer.fretText = fretTextForTuning(text, tuning.get());
-            } catch (const InputError& error) {
-                report(error.what());
-                badInput = true;
-                continue;
-            }
-            answer.shape = shapeForFretText(answer.fretText);
-            answer.names = TARVChordNaming::namesForFrets(answer.shape.frets(), asWritten);
-            if (limitOption->count() > 0 && answer.names.size() > limit) {
-                answer.names.resize(limit);
-            }
-            formatter->writeNames(answer, *tuning);
-            std::cout.flush();
-        }
+        const bool read = forEachFretText(
+            fretTexts, tuning.get(), [&](const FretText& fretText, TARVPlayableShape shape) {
+                NamesAnswer answer{fretText, std::move(shape), {}};
+                answer.names = TARVChordNaming::namesForFrets(answer.shape.frets(), asWritten);
+                if (limitOption->count() > 0 && answer.names.size() > limit) {
+                    answer.names.resize(limit);
+                }
+                formatter->writeNames(answer, *tuning);
+            });
         formatter->end();
-        return badInput ? kExitBadInput : 0;
+        return read ? 0 : kExitBadInput;
     }
 };
 
