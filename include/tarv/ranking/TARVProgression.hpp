@@ -65,8 +65,8 @@ public:
 
     /// The best arrangement for each capo from 0 to `options.highestCapo` (at most the fret
     /// count), the progression sounding as written, cheapest first by `CapoChoice::cost` (a
-    /// lower capo first at equal cost). `tuning`'s own capo is ignored. Capo positions at which a chord has no playable
-    /// shape are left out.
+    /// lower capo first at equal cost). `tuning`'s own capo is ignored. Capo positions at which a
+    /// chord has no playable shape are left out.
     static std::vector<CapoChoice> capoChoices(const std::vector<SChordPtr>& chords,
                                                const TuningPtr& tuning,
                                                const TARVProgressionOptions& options = {});
