@@ -6,7 +6,7 @@ from concurrent.futures import ThreadPoolExecutor
 import tarvguitar
 from chords import chord_symbols
 
-LONG_SEARCH = ("C7", "E2 A2 D3 G3 B3 E4 A4 D5 G5 C6")
+LONG_SEARCH = ("C13", "E2 A2 D3 G3 B3 E4 A4 D5 G5 C6")
 TUNINGS = ["E2 A2 D3 G3 B3 E4", "D2 A2 D3 G3 B3 E4", "G4 C4 E4 A4", "B1 E2 A2 D3 G3 B3 E4"]
 
 
