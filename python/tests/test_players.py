@@ -1,14 +1,12 @@
 """Naming shapes, progressions and the capo: what players ask, answered as the tool answers."""
 
 import json
-import sys
-import threading
-import time
 from concurrent.futures import ThreadPoolExecutor
 
 import pytest
 
 import tarvguitar
+from gil_share import counting_share_during
 
 
 def symbols(names):
@@ -293,35 +291,7 @@ def test_a_thread_pool_answers_as_one_thread():
 
 def test_a_progression_search_lets_other_threads_run():
     """A Python thread keeps counting while capo positions are searched: the GIL is released."""
-    counter = [0]
-    stop = threading.Event()
-
-    def count():
-        while not stop.is_set():
-            counter[0] += 1
-
-    interval = sys.getswitchinterval()
-    sys.setswitchinterval(0.0005)
-    worker = threading.Thread(target=count)
-    worker.start()
-    try:
-        before = counter[0]
-        start = time.perf_counter()
-        time.sleep(0.05)
-        rate = (counter[0] - before) / (time.perf_counter() - start)
-        shares = []
-        for _ in range(3):
-            before = counter[0]
-            start = time.perf_counter()
-            arrangements = tarvguitar.progression(
-                "Cmaj7 Am7 Dm7 G7 Em7 A7 Dm7 G7", capo="auto", candidates=20
-            )
-            duration = time.perf_counter() - start
-            assert arrangements
-            assert duration > 0.02, "the search is too short to tell"
-            shares.append((counter[0] - before) / (rate * duration))
-    finally:
-        stop.set()
-        worker.join()
-        sys.setswitchinterval(interval)
-    assert max(shares) > 0.2, shares
+    share = counting_share_during(
+        lambda: tarvguitar.progression("Cmaj7 Am7 Dm7 G7 Em7 A7 Dm7 G7", capo="auto", candidates=20)
+    )
+    assert share > 0.2, share
