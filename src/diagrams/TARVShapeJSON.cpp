@@ -3,6 +3,7 @@
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -132,6 +133,12 @@ public:
         string(name);
         raw(":");
     }
+    /// The bytes written so far.
+    std::size_t size() const noexcept { return _size; }
+    /// What was written from `start`, a `size()` seen before.
+    std::string_view writtenSince(std::size_t start) const noexcept {
+        return std::string_view(_out.data() + start, _size - start);
+    }
 
 private:
     /// Whole numbers from here on are written as doubles are, with an exponent.
@@ -191,9 +198,15 @@ private:
     }
 
     /// A byte that a JSON string holds as it is and that is a whole character of UTF-8.
-    static bool isPlain(unsigned char byte) {
-        return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
-    }
+    static bool isPlain(unsigned char byte) { return kPlain[byte]; }
+
+    static constexpr std::array<bool, 256> kPlain = [] {
+        std::array<bool, 256> plain{};
+        for (std::size_t byte = 0x20; byte < 0x80; ++byte) {
+            plain[byte] = byte != '"' && byte != '\\';
+        }
+        return plain;
+    }();
 
     static std::size_t utf8Length(std::string_view text, std::size_t i) {
         const auto lead = static_cast<unsigned char>(text[i]);
@@ -258,8 +271,7 @@ void writeNotes(Writer& writer, const std::vector<SNote>& notes) {
     writer.raw("]");
 }
 
-void writeChord(std::string& out, const SChord& chord) {
-    Writer writer(out);
+void writeChord(Writer& writer, const SChord& chord) {
     writer.raw("{");
     writer.key("symbol");
     writer.string(chord.symbol());
@@ -285,9 +297,8 @@ void writeChord(std::string& out, const SChord& chord) {
     writer.raw("}");
 }
 
-void writeTuning(std::string& out, const SStringedInstrumentTuning& tuning,
+void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
                  const std::string& instrumentName) {
-    Writer writer(out);
     writer.raw("{");
     if (!instrumentName.empty()) {
         writer.key("instrument");
@@ -326,10 +337,36 @@ void writeTuning(std::string& out, const SStringedInstrumentTuning& tuning,
     writer.raw("}");
 }
 
-void writeShape(std::string& out, const TARVPlayableShape& shape, std::size_t rank,
-                const SStringedInstrumentTuning* tuning) {
+/// The keys of the score terms as written, kept from one shape to the next: the shapes of an
+/// answer name their terms alike, from the same text.
+class TermKeys {
+public:
+    void write(Writer& writer, std::size_t index, std::string_view name) {
+        if (index < _keys.size() && _keys[index].name.data() == name.data() &&
+            _keys[index].name.size() == name.size()) {
+            writer.raw(std::string_view(_keys[index].text));
+            return;
+        }
+        const std::size_t start = writer.size();
+        writer.key(name);
+        if (index >= _keys.size()) {
+            _keys.resize(index + 1);
+        }
+        _keys[index].name = name;
+        _keys[index].text = std::string(writer.writtenSince(start));
+    }
+
+private:
+    struct Key {
+        std::string_view name;
+        std::string text;
+    };
+    std::vector<Key> _keys;
+};
+
+void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank,
+                const SStringedInstrumentTuning* tuning, TermKeys& termKeys) {
     // Keys and punctuation are written as whole fragments: a shape has some eighty of them.
-    Writer writer(out);
     const TARVChordShapePtr chordShape = shape.chordShape();
     const TARVFingering& fingering = shape.fingering();
     writer.raw("{\"rank\":");
@@ -407,7 +444,7 @@ void writeShape(std::string& out, const TARVPlayableShape& shape, std::size_t ra
         if (i != 0) {
             writer.raw(",");
         }
-        writer.key(term.name);
+        termKeys.write(writer, i, term.name);
         writer.number(term.contribution());
     }
     writer.raw("}}");
@@ -420,21 +457,31 @@ constexpr std::size_t kShapeTextEstimate = 1024;
 
 std::string TARVShapeJSON::chordJSON(const SChord& chord) {
     std::string out;
-    writeChord(out, chord);
+    {
+        Writer writer(out);
+        writeChord(writer, chord);
+    }
     return out;
 }
 
 std::string TARVShapeJSON::tuningJSON(const SStringedInstrumentTuning& tuning,
                                       const std::string& instrumentName) {
     std::string out;
-    writeTuning(out, tuning, instrumentName);
+    {
+        Writer writer(out);
+        writeTuning(writer, tuning, instrumentName);
+    }
     return out;
 }
 
 std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t rank,
                                      const SStringedInstrumentTuning* tuning) {
     std::string out;
-    writeShape(out, shape, rank, tuning);
+    {
+        Writer writer(out);
+        TermKeys termKeys;
+        writeShape(writer, shape, rank, tuning, termKeys);
+    }
     return out;
 }
 
@@ -443,18 +490,22 @@ std::string TARVShapeJSON::answerJSON(const SChord& chord, const SStringedInstru
                                       const std::string& instrumentName) {
     std::string out;
     out.reserve((shapes.size() + 1) * kShapeTextEstimate);
-    out += "{\"chord\":";
-    writeChord(out, chord);
-    out += ",\"tuning\":";
-    writeTuning(out, tuning, instrumentName);
-    out += ",\"shapes\":[";
-    for (std::size_t i = 0; i < shapes.size(); ++i) {
-        if (i != 0) {
-            out += ',';
+    {
+        Writer writer(out);
+        writer.raw("{\"chord\":");
+        writeChord(writer, chord);
+        writer.raw(",\"tuning\":");
+        writeTuning(writer, tuning, instrumentName);
+        writer.raw(",\"shapes\":[");
+        TermKeys termKeys;
+        for (std::size_t i = 0; i < shapes.size(); ++i) {
+            if (i != 0) {
+                writer.raw(",");
+            }
+            writeShape(writer, shapes[i], i + 1, &tuning, termKeys);
         }
-        writeShape(out, shapes[i], i + 1, &tuning);
+        writer.raw("]}");
     }
-    out += "]}";
     return out;
 }
 

@@ -26,8 +26,20 @@ double TARVPlayableShape::termValue(std::string_view name) const noexcept {
 
 std::string TARVPlayableShape::fretText() const {
     std::string text;
+    text.reserve(_frets.size() * 3);
     for (std::size_t i = _frets.size(); i-- > 0;) {
-        text += _frets[i] < 0 ? std::string("x") : std::to_string(_frets[i]);
+        const int fret = _frets[i];
+        if (fret < 0) {
+            text += 'x';
+        } else {
+            if (fret >= 100) {
+                text += static_cast<char>('0' + fret / 100);
+            }
+            if (fret >= 10) {
+                text += static_cast<char>('0' + fret / 10 % 10);
+            }
+            text += static_cast<char>('0' + fret % 10);
+        }
         if (i != 0) {
             text += ',';
         }

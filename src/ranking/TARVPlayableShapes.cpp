@@ -217,6 +217,8 @@ public:
         return stats;
     }
 
+    FingeringStats operator()(std::span<const std::int8_t> frets) { return stats(frets); }
+
     const TARVFingering::Hand& hand() const noexcept { return _hand; }
 
 private:
@@ -226,8 +228,9 @@ private:
 
 /// The features of `frets`; false when `enforceRules` and the search does not allow them, or
 /// when no hand can hold them.
+template <typename FingeringStatsOf>
 bool measure(const Context& context, std::span<const std::int8_t> frets, bool enforceRules,
-             FingeringMemo& memo, Model::Features& features) {
+             FingeringStatsOf&& fingeringStatsOf, Model::Features& features) {
     if (frets.size() != context.stringCount) {
         return false;
     }
@@ -288,7 +291,7 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
             return false;
         }
     }
-    const FingeringStats fingering = memo.stats(frets);
+    const FingeringStats fingering = fingeringStatsOf(frets);
     if (!fingering.playable) {
         return false;
     }
@@ -331,27 +334,37 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
 
 /// The whole shape of `frets`, whose features are known: its fingering and named terms.
 TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,
-                             const Model::Features& features, const TARVFingering::Hand& hand) {
+                             const Model::Features& features,
+                             std::optional<TARVFingering> fingering) {
     std::vector<TARVPlayableShape::Term> terms;
     terms.reserve(Model::FeatureCount);
+    const auto& weights = context.model->weights(context.family);
     for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
         const auto feature = static_cast<Model::Feature>(i);
-        terms.push_back(
-            {Model::featureName(feature), features[i], context.model->weights(context.family)[i]});
+        terms.push_back({Model::featureName(feature), features[i], weights[i]});
     }
-    std::optional<TARVFingering> fingering = TARVFingering::fingeringForFrets(frets, hand);
     return TARVPlayableShape(std::vector<std::int8_t>(frets.begin(), frets.end()),
                              fingering ? std::move(*fingering) : TARVFingering(), std::move(terms));
 }
 
+TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,
+                             const Model::Features& features, const TARVFingering::Hand& hand) {
+    return buildShape(context, frets, features, TARVFingering::fingeringForFrets(frets, hand));
+}
+
+/// `frets` measured and built whole, its fingering worked out once for both.
 std::optional<TARVPlayableShape> evaluate(const Context& context,
-                                          std::span<const std::int8_t> frets, bool enforceRules,
-                                          FingeringMemo& memo) {
+                                          std::span<const std::int8_t> frets, bool enforceRules) {
+    std::optional<TARVFingering> fingering;
+    const auto fingeringStatsOf = [&context, &fingering](std::span<const std::int8_t> held) {
+        fingering = TARVFingering::fingeringForFrets(held, context.hand);
+        return statsOf(fingering);
+    };
     Model::Features features{};
-    if (!measure(context, frets, enforceRules, memo, features)) {
+    if (!measure(context, frets, enforceRules, fingeringStatsOf, features)) {
         return std::nullopt;
     }
-    return buildShape(context, frets, features, memo.hand());
+    return buildShape(context, frets, features, std::move(fingering));
 }
 
 /// Per-string frets kept without a heap allocation for the string counts of real instruments.
@@ -882,8 +895,21 @@ TARVPlayableShapes::scoreFrets(std::span<const std::int8_t> frets, const SChordP
     if (!makeContext(chord, tuning, options, context)) {
         return std::nullopt;
     }
-    FingeringMemo memo(context.hand);
-    return evaluate(context, frets, false, memo);
+    return evaluate(context, frets, false);
+}
+
+std::vector<std::optional<TARVPlayableShape>> TARVPlayableShapes::scoreFretLists(
+    std::span<const std::vector<std::int8_t>> fretLists, const SChordPtr& chord,
+    const SStringedInstrumentTuningConstPtr& tuning, const TARVPlayableOptions& options) {
+    std::vector<std::optional<TARVPlayableShape>> answer(fretLists.size());
+    Context context;
+    if (!makeContext(chord, tuning, options, context)) {
+        return answer;
+    }
+    for (std::size_t i = 0; i < fretLists.size(); ++i) {
+        answer[i] = evaluate(context, fretLists[i], false);
+    }
+    return answer;
 }
 
 bool TARVPlayableShapes::isAllowed(std::span<const std::int8_t> frets, const SChordPtr& chord,

@@ -5,25 +5,6 @@
 
 namespace tarv {
 
-namespace {
-
-/// A generator's shape as a ranked shape: fingered and scored by the playability model where a
-/// hand can hold it, keeping the generator's badness.
-TARVPlayableShape playableFromChordShape(const TARVChordShape& shape, const SChordPtr& chord,
-                                         const SStringedInstrumentTuningConstPtr& tuning,
-                                         const TARVPlayableOptions& options) {
-    std::vector<std::int8_t> frets =
-        TARVPlayableShapes::fretsForChordShape(shape, tuning->stringCount());
-    std::optional<TARVPlayableShape> scored =
-        TARVPlayableShapes::scoreFrets(frets, chord, tuning, options);
-    TARVPlayableShape answer =
-        scored ? std::move(*scored) : TARVPlayableShape(std::move(frets), TARVFingering(), {});
-    answer.setBadness(shape.badness());
-    return answer;
-}
-
-} // namespace
-
 std::vector<TARVPlayableShape>
 TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr& tuning,
                        Ranking ranking, const TARVPlayableOptions& options) {
@@ -50,11 +31,25 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
         return answer;
     }
     const int neck = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
+    // Each shape is fingered and scored by the playability model where a hand can hold it, and
+    // keeps the generator's badness.
+    std::vector<TARVChordShapePtr> chordShapes;
+    std::vector<std::vector<std::int8_t>> fretLists;
     for (const TARVChordShapePtr& shape : *generator->shapes()) {
-        if (!shape) {
-            continue;
+        if (shape) {
+            chordShapes.push_back(shape);
+            fretLists.push_back(
+                TARVPlayableShapes::fretsForChordShape(*shape, tuning->stringCount()));
         }
-        TARVPlayableShape playable = playableFromChordShape(*shape, chord, tuning, options);
+    }
+    std::vector<std::optional<TARVPlayableShape>> scored =
+        TARVPlayableShapes::scoreFretLists(fretLists, chord, tuning, options);
+    answer.reserve(chordShapes.size());
+    for (std::size_t i = 0; i < chordShapes.size(); ++i) {
+        TARVPlayableShape playable =
+            scored[i] ? std::move(*scored[i])
+                      : TARVPlayableShape(std::move(fretLists[i]), TARVFingering(), {});
+        playable.setBadness(chordShapes[i]->badness());
         if (playable.highestFret() <= neck) {
             answer.push_back(std::move(playable));
         }
