@@ -110,6 +110,33 @@ TEST(TARVPlayableShapes, AbsentChordOrTuningGivesNothing) {
     EXPECT_FALSE(TARVPlayableShapes::scoreFrets(frets, nullptr, kGuitar).has_value());
 }
 
+TEST(TARVPlayableShapes, ScoringAListScoresEachAsAlone) {
+    // Playable, unplayable (six fingers), too few strings, fretted beyond the neck.
+    const std::vector<std::vector<std::int8_t>> lists{
+        {0, 1, 0, 2, 3, -1}, {8, 9, 10, 11, 12, 13}, {0, 1, 0},
+        {3, 5, 5, 5, 3, -1}, {1, 2, 3, 4, 5, 30},    {0, 1, 0, 2, 3, 3},
+    };
+    const auto chord = SChord::chordWithString("C");
+    const auto scored = TARVPlayableShapes::scoreFretLists(lists, chord, kGuitar);
+    ASSERT_EQ(scored.size(), lists.size());
+    std::size_t present = 0;
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+        const auto alone = TARVPlayableShapes::scoreFrets(lists[i], chord, kGuitar);
+        ASSERT_EQ(scored[i].has_value(), alone.has_value()) << i;
+        if (!alone) {
+            continue;
+        }
+        ++present;
+        EXPECT_EQ(scored[i]->frets(), alone->frets());
+        EXPECT_EQ(scored[i]->score(), alone->score());
+        EXPECT_EQ(scored[i]->fingering().fingers(), alone->fingering().fingers());
+        EXPECT_EQ(scored[i]->terms().size(), alone->terms().size());
+    }
+    EXPECT_EQ(present, 3u);
+    EXPECT_EQ(TARVPlayableShapes::scoreFretLists(lists, nullptr, kGuitar),
+              std::vector<std::optional<TARVPlayableShape>>(lists.size()));
+}
+
 TEST(TARVPlayableShapes, CapoCountsFretsFromTheCapo) {
     // Capo 2: the C shape sounds D.
     EXPECT_EQ(firstShape("D", tuning("E2 A2 D3 G3 B3 E4", 22, 2)), "x,3,2,0,1,0");
