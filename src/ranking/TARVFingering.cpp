@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -223,8 +224,14 @@ std::string TARVFingering::text() const {
     return text;
 }
 
-std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const std::int8_t> frets,
-                                                              const Hand& hand) {
+namespace {
+
+/// The fingering of `frets`, worked out anew.
+std::optional<TARVFingering> computeFingering(std::span<const std::int8_t> frets,
+                                              const TARVFingering::Hand& hand) {
+    using Barre = TARVFingering::Barre;
+    constexpr std::uint8_t kNone = TARVFingering::kNone;
+    constexpr std::uint8_t kThumb = TARVFingering::kThumb;
     const std::size_t stringCount = frets.size();
     InlineList<Position, kInlineStrings> fretted;
     for (std::size_t s = 0; s < stringCount; ++s) {
@@ -401,6 +408,79 @@ std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const st
     return TARVFingering(std::vector<std::uint8_t>(best.fingers.begin(), best.fingers.end()),
                          std::vector<Barre>(best.barres.begin(), best.barres.end()), best.stretch,
                          best.crossing);
+}
+
+/// Fingerings already worked out on this thread. A fingering depends only on where the fretted
+/// notes lie relative to the lowest one (open and muted strings alike hold no finger), so one
+/// entry serves a pattern wherever it is played on the neck; barre frets are kept relative.
+class FingeringMemo {
+public:
+    /// Patterns of at most this many strings, each within 15 frets of the lowest, are kept.
+    static constexpr std::size_t kMaximumStrings = 14;
+
+    static FingeringMemo& local() {
+        thread_local FingeringMemo memo;
+        return memo;
+    }
+
+    std::optional<TARVFingering> fingering(std::span<const std::int8_t> frets,
+                                           const TARVFingering::Hand& hand) {
+        int lowest = 0;
+        for (const std::int8_t fret : frets) {
+            if (fret > 0 && (lowest == 0 || fret < lowest)) {
+                lowest = fret;
+            }
+        }
+        std::uint64_t key = 0;
+        bool packable = frets.size() <= kMaximumStrings;
+        for (std::size_t s = 0; s < frets.size() && packable; ++s) {
+            const int relative = frets[s] > 0 ? frets[s] - lowest + 1 : 0;
+            packable = relative < 16;
+            key |= static_cast<std::uint64_t>(relative) << (4 * s);
+        }
+        if (!packable) {
+            return computeFingering(frets, hand);
+        }
+        key |= static_cast<std::uint64_t>(frets.size()) << 56;
+        key |= static_cast<std::uint64_t>(hand.allowThumb ? 1 : 0) << 60;
+        const auto found = _entries.find(key);
+        if (found != _entries.end()) {
+            if (!found->second) {
+                return std::nullopt;
+            }
+            return moved(*found->second, lowest - 1);
+        }
+        std::optional<TARVFingering> fingering = computeFingering(frets, hand);
+        if (_entries.size() >= kCapacity) {
+            _entries.clear();
+        }
+        _entries.emplace(key,
+                         fingering ? std::optional(moved(*fingering, 1 - lowest)) : std::nullopt);
+        return fingering;
+    }
+
+private:
+    /// Enough for every pattern of many chords on one instrument, and still small.
+    static constexpr std::size_t kCapacity = 4096;
+
+    /// `fingering` with its barres `by` frets higher.
+    static TARVFingering moved(const TARVFingering& fingering, int by) {
+        std::vector<TARVFingering::Barre> barres = fingering.barres();
+        for (TARVFingering::Barre& barre : barres) {
+            barre.fret = static_cast<std::uint8_t>(barre.fret + by);
+        }
+        return TARVFingering(fingering.fingers(), std::move(barres), fingering.stretch(),
+                             fingering.crossing());
+    }
+
+    std::unordered_map<std::uint64_t, std::optional<TARVFingering>> _entries;
+};
+
+} // namespace
+
+std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const std::int8_t> frets,
+                                                              const Hand& hand) {
+    return FingeringMemo::local().fingering(frets, hand);
 }
 
 } // namespace tarv

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <thread>
+#include <vector>
+
 namespace tarv {
 namespace {
 
@@ -55,6 +59,51 @@ TEST(TARVFingering, NothingFrettedNeedsNoFinger) {
     ASSERT_TRUE(f);
     EXPECT_EQ(f->fingerCount(), 0);
     EXPECT_EQ(f->text(), "-,-,-,-");
+}
+
+/// The fingering of `text` worked out on a thread of its own, where nothing was fingered before.
+std::optional<TARVFingering> freshFingering(const std::string& text, TARVFingering::Hand hand) {
+    std::optional<TARVFingering> answer;
+    std::thread([&] { answer = TARVFingering::fingeringForFrets(frets(text), hand); }).join();
+    return answer;
+}
+
+TEST(TARVFingering, AShapeMovedAlongTheNeckIsFingeredAlikeWithItsBarresMoved) {
+    // F, then the same form at G, A and high F: barres follow the form up the neck.
+    const char* forms[] = {"1,3,3,2,1,1", "3,5,5,4,3,3", "5,7,7,6,5,5", "13,15,15,14,13,13"};
+    for (const char* text : forms) {
+        const auto fingering = TARVFingering::fingeringForFrets(frets(text));
+        ASSERT_TRUE(fingering.has_value()) << text;
+        EXPECT_EQ(fingering->text(), "1,3,4,2,1,1") << text;
+        ASSERT_EQ(fingering->barres().size(), 1u) << text;
+        EXPECT_EQ(fingering->barres().front().fret, frets(text).front()) << text;
+    }
+}
+
+TEST(TARVFingering, FingeringsAreTheSameWhateverWasFingeredBefore) {
+    const TARVFingering::Hand thumb{true};
+    const std::vector<std::pair<const char*, TARVFingering::Hand>> cases{
+        {"x,3,2,0,1,0", {}},      {"x,8,7,5,6,5", {}},     {"x,5,7,7,7,5", {}},
+        {"x,10,12,12,12,10", {}}, {"3,x,0,0,3,3", thumb},  {"5,x,2,2,5,5", thumb},
+        {"8,7,5,9,5,x", {}},      {"1,2,3,4,5,6", {}},     {"x,x,x,x,x,x", {}},
+        {"0,0,0,3", {}},          {"2,2,2,2,2,2,2,2", {}}, {"x,20,22,22,22,20", {}},
+    };
+    // Each twice on this thread (the second time after every other), and once on a thread
+    // where nothing was fingered before.
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& [text, hand] : cases) {
+            const auto here = TARVFingering::fingeringForFrets(frets(text), hand);
+            const auto fresh = freshFingering(text, hand);
+            ASSERT_EQ(here.has_value(), fresh.has_value()) << text;
+            if (!here) {
+                continue;
+            }
+            EXPECT_EQ(here->fingers(), fresh->fingers()) << text;
+            EXPECT_EQ(here->barres(), fresh->barres()) << text;
+            EXPECT_EQ(here->stretch(), fresh->stretch()) << text;
+            EXPECT_EQ(here->crossing(), fresh->crossing()) << text;
+        }
+    }
 }
 
 } // namespace

@@ -444,7 +444,7 @@ struct ShapesCommand {
                 writer->formatter->setDiagramOptions(diagram);
             }
             writer->formatter->writeChordShapes(shapes, *tuning);
-            result.text = writer->out.str();
+            result.text = std::move(writer->out).str();
             writer->out.str(std::string());
             return result;
         };
