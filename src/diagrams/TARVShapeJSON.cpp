@@ -14,76 +14,77 @@ namespace tarv {
 
 namespace {
 
-/// Appends JSON text without building a tree. The text is written through a cursor into room
-/// made ahead in `out`, which is cut to what was written when the writer goes.
-class Writer {
-public:
-    explicit Writer(std::string& out) : _out(out), _size(out.size()) {}
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-    ~Writer() { _out.resize(_size); }
+/// JSON fragments written through a cursor into room made ahead. Each `put` advances the cursor
+/// past what it wrote; the room each needs at most is given beside it.
+namespace put {
 
-    /// A JSON string; bytes that are not UTF-8 become U+FFFD, so the output is always JSON.
-    void string(std::string_view text) {
-        // An escape takes at most six bytes for one.
-        char* cursor = room(text.size() * 6 + 2);
-        *cursor++ = '"';
-        // Most texts (note names, fret texts, term names) need no escape and no check of UTF-8.
-        std::size_t plain = 0;
-        while (plain < text.size() && isPlain(static_cast<unsigned char>(text[plain]))) {
-            ++plain;
-        }
-        std::memcpy(cursor, text.data(), plain);
-        cursor += plain;
-        std::size_t i = plain;
-        while (i < text.size()) {
-            const auto byte = static_cast<unsigned char>(text[i]);
-            if (byte < 0x80) {
-                cursor = escaped(cursor, byte);
-                ++i;
-                continue;
-            }
-            const std::size_t length = utf8Length(text, i);
-            if (length == 0) {
-                cursor = copy(cursor, "\xEF\xBF\xBD");
-                ++i;
-            } else {
-                std::memcpy(cursor, text.data() + i, length);
-                cursor += length;
-                i += length;
-            }
-        }
-        *cursor++ = '"';
-        _size = static_cast<std::size_t>(cursor - _out.data());
+/// Any integer, or a sign, 12 digits and 4 of a fraction, or the shortest form of a double.
+constexpr std::size_t kNumberRoom = 32;
+
+template <std::size_t N> void literal(char*& cursor, const char (&text)[N]) {
+    std::memcpy(cursor, text, N - 1);
+    cursor += N - 1;
+}
+
+void text(char*& cursor, std::string_view text) {
+    std::memcpy(cursor, text.data(), text.size());
+    cursor += text.size();
+}
+
+/// At most `kNumberRoom` bytes.
+void integer(char*& cursor, long long value) {
+    if (value >= 0 && value < 10) {
+        *cursor++ = static_cast<char>('0' + value);
+    } else if (value >= 10 && value < 100) {
+        cursor[0] = static_cast<char>('0' + value / 10);
+        cursor[1] = static_cast<char>('0' + value % 10);
+        cursor += 2;
+    } else {
+        cursor = std::to_chars(cursor, cursor + kNumberRoom, value).ptr;
     }
-    void integer(long long value) {
-        char* cursor = room(kNumberRoom);
-        if (value >= 0 && value < 10) {
-            *cursor++ = static_cast<char>('0' + value);
-        } else {
-            cursor = std::to_chars(cursor, cursor + kNumberRoom, value).ptr;
-        }
-        _size = static_cast<std::size_t>(cursor - _out.data());
+}
+
+/// Whole numbers from here on are written as doubles are, with an exponent.
+constexpr double kLargestWholeNumber = 1e15;
+constexpr long long kLargestExactThousandths = 1'000'000'000'000'000LL;
+constexpr unsigned long long kThousand = 1000;
+
+/// Rounded to three decimals, written as shortly as it reads back; at most `kNumberRoom` bytes.
+void number(char*& cursor, double value) {
+    // Many terms of a score are nothing.
+    if (value == 0) {
+        *cursor++ = '0';
+        return;
     }
-    /// Rounded to three decimals, written as shortly as it reads back.
-    void number(double value) {
-        if (!std::isfinite(value)) {
-            raw("null");
-            return;
-        }
-        // Thousandths below 10^15 have at most 15 significant digits, which every double tells
-        // apart: the shortest text that reads back is the decimal itself, without trailing zeros.
-        const double thousandths = std::round(value * 1000.0);
-        if (std::abs(thousandths) < kLargestExactThousandths) {
-            const auto whole = static_cast<long long>(thousandths);
+    if (!std::isfinite(value)) {
+        literal(cursor, "null");
+        return;
+    }
+    // Thousandths below 10^15 have at most 15 significant digits, which every double tells
+    // apart: the shortest text that reads back is the decimal itself, without trailing zeros.
+    const double scaled = value * 1000.0;
+    if (std::abs(scaled) < 4e18) {
+        // Rounded half away from zero, as std::round does: the fraction cut off is exact.
+        long long whole = static_cast<long long>(scaled);
+        const double cut = scaled - static_cast<double>(whole);
+        whole += cut >= 0.5 ? 1 : cut <= -0.5 ? -1 : 0;
+        if (whole < kLargestExactThousandths && whole > -kLargestExactThousandths) {
             const unsigned long long magnitude = whole < 0
                                                      ? 0ULL - static_cast<unsigned long long>(whole)
                                                      : static_cast<unsigned long long>(whole);
-            char* cursor = room(kNumberRoom);
             if (whole < 0) {
                 *cursor++ = '-';
             }
-            cursor = std::to_chars(cursor, cursor + kNumberRoom - 6, magnitude / kThousand).ptr;
+            const unsigned long long units = magnitude / kThousand;
+            if (units < 10) {
+                *cursor++ = static_cast<char>('0' + units);
+            } else if (units < 100) {
+                cursor[0] = static_cast<char>('0' + units / 10);
+                cursor[1] = static_cast<char>('0' + units % 10);
+                cursor += 2;
+            } else {
+                cursor = std::to_chars(cursor, cursor + kNumberRoom - 6, units).ptr;
+            }
             const auto fraction = static_cast<unsigned>(magnitude % kThousand);
             if (fraction != 0) {
                 cursor[0] = '.';
@@ -95,39 +96,182 @@ public:
                     --cursor;
                 }
             }
-            _size = static_cast<std::size_t>(cursor - _out.data());
             return;
         }
-        double rounded = std::round(value * 1000.0) / 1000.0;
-        if (rounded == 0) {
-            rounded = 0; // no "-0"
+    }
+    double rounded = std::round(value * 1000.0) / 1000.0;
+    if (rounded == 0) {
+        rounded = 0; // no "-0"
+    }
+    // Whole numbers without a fraction or an exponent ("10", not "1e+01").
+    if (rounded == std::trunc(rounded) && std::abs(rounded) < kLargestWholeNumber) {
+        integer(cursor, static_cast<long long>(rounded));
+        return;
+    }
+    // The shortest text that reads back as the same number (std::to_chars for doubles is
+    // missing from some C++ libraries).
+    char buffer[kNumberRoom];
+    for (int precision = 1; precision <= 17; ++precision) {
+        std::snprintf(buffer, sizeof buffer, "%.*g", precision, rounded);
+        if (std::strtod(buffer, nullptr) == rounded) {
+            break;
         }
-        // Whole numbers without a fraction or an exponent ("10", not "1e+01").
-        if (rounded == std::trunc(rounded) && std::abs(rounded) < kLargestWholeNumber) {
-            integer(static_cast<long long>(rounded));
-            return;
+    }
+    text(cursor, std::string_view(buffer));
+}
+
+/// An ASCII byte as a JSON string holds it.
+void escaped(char*& cursor, unsigned char byte) {
+    switch (byte) {
+    case '"':
+        literal(cursor, "\\\"");
+        return;
+    case '\\':
+        literal(cursor, "\\\\");
+        return;
+    case '\n':
+        literal(cursor, "\\n");
+        return;
+    case '\r':
+        literal(cursor, "\\r");
+        return;
+    case '\t':
+        literal(cursor, "\\t");
+        return;
+    case '\b':
+        literal(cursor, "\\b");
+        return;
+    case '\f':
+        literal(cursor, "\\f");
+        return;
+    default:
+        if (byte < 0x20) {
+            static constexpr char kHex[] = "0123456789abcdef";
+            literal(cursor, "\\u00");
+            *cursor++ = kHex[byte >> 4];
+            *cursor++ = kHex[byte & 0xFu];
+        } else {
+            *cursor++ = static_cast<char>(byte);
         }
-        // The shortest text that reads back as the same number (std::to_chars for doubles is
-        // missing from some C++ libraries).
-        char buffer[32];
-        for (int precision = 1; precision <= 17; ++precision) {
-            std::snprintf(buffer, sizeof buffer, "%.*g", precision, rounded);
-            if (std::strtod(buffer, nullptr) == rounded) {
-                break;
-            }
+        return;
+    }
+}
+
+/// A byte that a JSON string holds as it is and that is a whole character of UTF-8.
+constexpr std::array<bool, 256> kPlain = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t byte = 0x20; byte < 0x80; ++byte) {
+        plain[byte] = byte != '"' && byte != '\\';
+    }
+    return plain;
+}();
+
+std::size_t utf8Length(std::string_view text, std::size_t i) {
+    const auto lead = static_cast<unsigned char>(text[i]);
+    std::size_t length = 0;
+    std::uint32_t code = 0;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+        code = lead & 0x1Fu;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        code = lead & 0x0Fu;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        code = lead & 0x07u;
+    } else {
+        return 0;
+    }
+    if (i + length > text.size()) {
+        return 0;
+    }
+    for (std::size_t k = 1; k < length; ++k) {
+        const auto next = static_cast<unsigned char>(text[i + k]);
+        if ((next & 0xC0u) != 0x80u) {
+            return 0;
         }
-        raw(std::string_view(buffer));
+        code = (code << 6) | (next & 0x3Fu);
+    }
+    const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (overlong || surrogate || code > 0x10FFFF) {
+        return 0;
+    }
+    return length;
+}
+
+/// The room a JSON string of `text` takes at most: an escape takes six bytes for one.
+constexpr std::size_t stringRoom(std::size_t size) {
+    return size * 6 + 2;
+}
+
+/// A JSON string; bytes that are not UTF-8 become U+FFFD, so the output is always JSON.
+void string(char*& cursor, std::string_view text) {
+    *cursor++ = '"';
+    // Most texts (note names, fret texts, term names) need no escape and no check of UTF-8.
+    std::size_t plain = 0;
+    while (plain < text.size() && kPlain[static_cast<unsigned char>(text[plain])]) {
+        ++plain;
+    }
+    std::memcpy(cursor, text.data(), plain);
+    cursor += plain;
+    std::size_t i = plain;
+    while (i < text.size()) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if (byte < 0x80) {
+            escaped(cursor, byte);
+            ++i;
+            continue;
+        }
+        const std::size_t length = utf8Length(text, i);
+        if (length == 0) {
+            literal(cursor, "\xEF\xBF\xBD");
+            ++i;
+        } else {
+            std::memcpy(cursor, text.data() + i, length);
+            cursor += length;
+            i += length;
+        }
+    }
+    *cursor++ = '"';
+}
+
+} // namespace put
+
+/// Appends JSON text without building a tree. The text is written through a cursor into room
+/// made ahead in `out`, which is cut to what was written when the writer goes.
+class Writer {
+public:
+    explicit Writer(std::string& out) : _out(out), _size(out.size()) {}
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+    ~Writer() { _out.resize(_size); }
+
+    void string(std::string_view text) {
+        char* cursor = room(put::stringRoom(text.size()));
+        put::string(cursor, text);
+        commit(cursor);
+    }
+    void integer(long long value) {
+        char* cursor = room(put::kNumberRoom);
+        put::integer(cursor, value);
+        commit(cursor);
+    }
+    void number(double value) {
+        char* cursor = room(put::kNumberRoom);
+        put::number(cursor, value);
+        commit(cursor);
     }
     void raw(std::string_view text) {
         char* cursor = room(text.size());
-        std::memcpy(cursor, text.data(), text.size());
-        _size += text.size();
+        put::text(cursor, text);
+        commit(cursor);
     }
     /// A fragment known when compiling, copied without measuring it.
     template <std::size_t N> void raw(const char (&text)[N]) {
         char* cursor = room(N - 1);
-        std::memcpy(cursor, text, N - 1);
-        _size += N - 1;
+        put::literal(cursor, text);
+        commit(cursor);
     }
     void key(std::string_view name) {
         string(name);
@@ -140,114 +284,28 @@ public:
         return std::string_view(_out.data() + start, _size - start);
     }
 
-private:
-    /// Whole numbers from here on are written as doubles are, with an exponent.
-    static constexpr double kLargestWholeNumber = 1e15;
-    static constexpr double kLargestExactThousandths = 1e15;
-    static constexpr unsigned long long kThousand = 1000;
-    /// Enough for any integer, or a sign, 12 digits and 4 of a fraction.
-    static constexpr std::size_t kNumberRoom = 24;
-    /// Room is made at least this much at a time.
-    static constexpr std::size_t kGrowth = 2048;
-
-    /// Where the next `count` bytes go.
+    /// Where the next `count` bytes go; `commit` then takes what was written up to a cursor.
     char* room(std::size_t count) {
         if (_out.size() - _size < count) [[unlikely]] {
-            grow(count);
+            // The string itself grows its capacity geometrically.
+            _out.resize(_size + std::max(count, kGrowth));
         }
         return _out.data() + _size;
     }
-    void grow(std::size_t count) {
-        // The string itself grows its capacity geometrically.
-        _out.resize(_size + std::max(count, kGrowth));
+    void commit(const char* cursor) noexcept {
+        _size = static_cast<std::size_t>(cursor - _out.data());
     }
 
-    template <std::size_t N> static char* copy(char* cursor, const char (&text)[N]) {
-        std::memcpy(cursor, text, N - 1);
-        return cursor + N - 1;
-    }
-
-    /// An ASCII byte as a JSON string holds it.
-    static char* escaped(char* cursor, unsigned char byte) {
-        switch (byte) {
-        case '"':
-            return copy(cursor, "\\\"");
-        case '\\':
-            return copy(cursor, "\\\\");
-        case '\n':
-            return copy(cursor, "\\n");
-        case '\r':
-            return copy(cursor, "\\r");
-        case '\t':
-            return copy(cursor, "\\t");
-        case '\b':
-            return copy(cursor, "\\b");
-        case '\f':
-            return copy(cursor, "\\f");
-        default:
-            if (byte < 0x20) {
-                static constexpr char kHex[] = "0123456789abcdef";
-                cursor = copy(cursor, "\\u00");
-                *cursor++ = kHex[byte >> 4];
-                *cursor++ = kHex[byte & 0xFu];
-            } else {
-                *cursor++ = static_cast<char>(byte);
-            }
-            return cursor;
-        }
-    }
-
-    /// A byte that a JSON string holds as it is and that is a whole character of UTF-8.
-    static bool isPlain(unsigned char byte) { return kPlain[byte]; }
-
-    static constexpr std::array<bool, 256> kPlain = [] {
-        std::array<bool, 256> plain{};
-        for (std::size_t byte = 0x20; byte < 0x80; ++byte) {
-            plain[byte] = byte != '"' && byte != '\\';
-        }
-        return plain;
-    }();
-
-    static std::size_t utf8Length(std::string_view text, std::size_t i) {
-        const auto lead = static_cast<unsigned char>(text[i]);
-        std::size_t length = 0;
-        std::uint32_t code = 0;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-            code = lead & 0x1Fu;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            code = lead & 0x0Fu;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            code = lead & 0x07u;
-        } else {
-            return 0;
-        }
-        if (i + length > text.size()) {
-            return 0;
-        }
-        for (std::size_t k = 1; k < length; ++k) {
-            const auto next = static_cast<unsigned char>(text[i + k]);
-            if ((next & 0xC0u) != 0x80u) {
-                return 0;
-            }
-            code = (code << 6) | (next & 0x3Fu);
-        }
-        const bool overlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-        const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-        if (overlong || surrogate || code > 0x10FFFF) {
-            return 0;
-        }
-        return length;
-    }
+private:
+    /// Room is made at least this much at a time.
+    static constexpr std::size_t kGrowth = 2048;
 
     std::string& _out;
     /// The bytes of `_out` written so far; the rest is room.
     std::size_t _size;
 };
 
-const char* indicatorKind(const TARVFretIndicator& indicator) {
+std::string_view indicatorKind(const TARVFretIndicator& indicator) {
     if (indicator.isBarre()) {
         return "barre";
     }
@@ -341,19 +399,21 @@ void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
 /// answer name their terms alike, from the same text.
 class TermKeys {
 public:
-    void write(Writer& writer, std::size_t index, std::string_view name) {
-        if (index < _keys.size() && _keys[index].name.data() == name.data() &&
-            _keys[index].name.size() == name.size()) {
-            writer.raw(std::string_view(_keys[index].text));
-            return;
-        }
-        const std::size_t start = writer.size();
-        writer.key(name);
+    /// `"name":` for the term at `index`.
+    std::string_view key(std::size_t index, std::string_view name) {
         if (index >= _keys.size()) {
             _keys.resize(index + 1);
         }
-        _keys[index].name = name;
-        _keys[index].text = std::string(writer.writtenSince(start));
+        Key& key = _keys[index];
+        if (key.name.data() != name.data() || key.name.size() != name.size() || key.text.empty()) {
+            key.name = name;
+            key.text.resize(put::stringRoom(name.size()) + 1);
+            char* cursor = key.text.data();
+            put::string(cursor, name);
+            *cursor++ = ':';
+            key.text.resize(static_cast<std::size_t>(cursor - key.text.data()));
+        }
+        return key.text;
     }
 
 private:
@@ -364,88 +424,135 @@ private:
     std::vector<Key> _keys;
 };
 
+/// The most a fret, finger or string number takes with the comma after it.
+constexpr std::size_t kSmallNumberRoom = 8;
+/// The most an indicator, a barre or the fixed keys of a shape take, numbers included.
+constexpr std::size_t kIndicatorRoom = 96;
+constexpr std::size_t kBarreRoom = 96;
+constexpr std::size_t kShapeFixedRoom = 512;
+
 void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank,
                 const SStringedInstrumentTuning* tuning, TermKeys& termKeys) {
-    // Keys and punctuation are written as whole fragments: a shape has some eighty of them.
     const TARVChordShapePtr chordShape = shape.chordShape();
     const TARVFingering& fingering = shape.fingering();
-    writer.raw("{\"rank\":");
-    writer.integer(static_cast<long long>(rank));
-    writer.raw(",\"frets\":");
-    writer.string(shape.fretText());
+    const std::vector<std::int8_t>& frets = shape.frets();
+    const std::vector<TARVFingering::Barre>& barres = fingering.barres();
+
+    // Everything up to the notes, in room made at once.
+    char* cursor = writer.room(kShapeFixedRoom + frets.size() * 2 * kSmallNumberRoom +
+                               barres.size() * kBarreRoom);
+    put::literal(cursor, "{\"rank\":");
+    put::integer(cursor, static_cast<long long>(rank));
+    put::literal(cursor, ",\"frets\":\"");
+    // From the highest string number down, as the fret text is written.
+    for (std::size_t i = frets.size(); i-- > 0;) {
+        if (frets[i] < 0) {
+            *cursor++ = 'x';
+        } else {
+            put::integer(cursor, frets[i]);
+        }
+        if (i != 0) {
+            *cursor++ = ',';
+        }
+    }
     // The base fret of the indicators below (the shape model's), not the diagram's.
-    writer.raw(",\"baseFret\":");
-    writer.integer(chordShape ? chordShape->baseFret() : shape.baseFret());
-    writer.raw(",\"score\":");
-    writer.number(shape.score());
+    put::literal(cursor, "\",\"baseFret\":");
+    put::integer(cursor, chordShape ? chordShape->baseFret() : shape.baseFret());
+    put::literal(cursor, ",\"score\":");
+    put::number(cursor, shape.score());
     if (shape.badness()) {
-        writer.raw(",\"badness\":");
-        writer.integer(static_cast<long long>(*shape.badness()));
+        put::literal(cursor, ",\"badness\":");
+        put::integer(cursor, static_cast<long long>(*shape.badness()));
     }
-    writer.raw(",\"baseString\":");
-    writer.integer(chordShape ? chordShape->baseString() : 0);
-    writer.raw(",\"reach\":");
-    writer.integer(chordShape ? chordShape->reach() : 0);
-    writer.raw(",\"fingers\":[");
-    for (std::size_t s = 0; s < shape.frets().size(); ++s) {
+    put::literal(cursor, ",\"baseString\":");
+    put::integer(cursor, chordShape ? chordShape->baseString() : 0);
+    put::literal(cursor, ",\"reach\":");
+    put::integer(cursor, chordShape ? chordShape->reach() : 0);
+    put::literal(cursor, ",\"fingers\":[");
+    const std::vector<std::uint8_t>& fingers = fingering.fingers();
+    for (std::size_t s = 0; s < frets.size(); ++s) {
         if (s != 0) {
-            writer.raw(",");
+            *cursor++ = ',';
         }
-        writer.integer(s < fingering.fingers().size() ? fingering.fingers()[s] : 0);
+        put::integer(cursor, s < fingers.size() ? fingers[s] : 0);
     }
-    writer.raw("],\"fingerCount\":");
-    writer.integer(fingering.fingerCount());
-    writer.raw(",\"barres\":[");
-    for (std::size_t i = 0; i < fingering.barres().size(); ++i) {
-        const TARVFingering::Barre& barre = fingering.barres()[i];
-        writer.raw(i == 0 ? "{\"fret\":" : ",{\"fret\":");
-        writer.integer(barre.fret);
-        writer.raw(",\"lowString\":");
-        writer.integer(barre.lowString);
-        writer.raw(",\"highString\":");
-        writer.integer(barre.highString);
-        writer.raw(",\"finger\":");
-        writer.integer(barre.finger);
-        writer.raw("}");
+    put::literal(cursor, "],\"fingerCount\":");
+    put::integer(cursor, fingering.fingerCount());
+    put::literal(cursor, ",\"barres\":[");
+    for (std::size_t i = 0; i < barres.size(); ++i) {
+        const TARVFingering::Barre& barre = barres[i];
+        if (i != 0) {
+            *cursor++ = ',';
+        }
+        put::literal(cursor, "{\"fret\":");
+        put::integer(cursor, barre.fret);
+        put::literal(cursor, ",\"lowString\":");
+        put::integer(cursor, barre.lowString);
+        put::literal(cursor, ",\"highString\":");
+        put::integer(cursor, barre.highString);
+        put::literal(cursor, ",\"finger\":");
+        put::integer(cursor, barre.finger);
+        *cursor++ = '}';
     }
-    writer.raw("],");
+    put::literal(cursor, "],");
+    writer.commit(cursor);
+
     if (tuning != nullptr) {
-        writer.raw("\"notes\":");
-        std::vector<SNote> notes =
-            chordShape ? chordShape->notesInTuning(*tuning) : std::vector<SNote>();
-        // The notes sound with the capo on.
-        for (SNote& note : notes) {
-            note = note.noteWithOffset(static_cast<std::int8_t>(tuning->capo()));
+        writer.raw("\"notes\":[");
+        if (chordShape) {
+            // The notes sound with the capo on.
+            const auto capo = static_cast<std::int8_t>(tuning->capo());
+            bool first = true;
+            for (const SNote& note : chordShape->notesInTuning(*tuning)) {
+                const std::string name = note.noteWithOffset(capo).string();
+                cursor = writer.room(put::stringRoom(name.size()) + 1);
+                if (!first) {
+                    *cursor++ = ',';
+                }
+                first = false;
+                put::string(cursor, name);
+                writer.commit(cursor);
+            }
         }
-        writeNotes(writer, notes);
-        writer.raw(",");
+        writer.raw("],");
     }
-    writer.raw("\"indicators\":[");
+
+    const std::size_t indicatorCount = chordShape ? chordShape->indicators().size() : 0;
+    cursor = writer.room(32 + indicatorCount * kIndicatorRoom);
+    put::literal(cursor, "\"indicators\":[");
     if (chordShape) {
         bool first = true;
         for (const TARVFretIndicator& indicator : chordShape->indicators()) {
-            writer.raw(first ? "{\"kind\":\"" : ",{\"kind\":\"");
-            first = false;
-            writer.raw(indicatorKind(indicator));
-            writer.raw("\",\"string\":");
-            writer.integer(indicator.string());
-            writer.raw(",\"fret\":");
-            writer.integer(indicator.fret());
-            if (indicator.isBarre()) {
-                writer.raw(",\"endString\":");
-                writer.integer(indicator.endString());
+            if (!first) {
+                *cursor++ = ',';
             }
-            writer.raw("}");
+            first = false;
+            put::literal(cursor, "{\"kind\":\"");
+            put::text(cursor, indicatorKind(indicator));
+            put::literal(cursor, "\",\"string\":");
+            put::integer(cursor, indicator.string());
+            put::literal(cursor, ",\"fret\":");
+            put::integer(cursor, indicator.fret());
+            if (indicator.isBarre()) {
+                put::literal(cursor, ",\"endString\":");
+                put::integer(cursor, indicator.endString());
+            }
+            *cursor++ = '}';
         }
     }
-    writer.raw("],\"terms\":{");
-    for (std::size_t i = 0; i < shape.terms().size(); ++i) {
-        const TARVPlayableShape::Term& term = shape.terms()[i];
+    put::literal(cursor, "],\"terms\":{");
+    writer.commit(cursor);
+
+    const std::vector<TARVPlayableShape::Term>& terms = shape.terms();
+    for (std::size_t i = 0; i < terms.size(); ++i) {
+        const std::string_view key = termKeys.key(i, terms[i].name);
+        cursor = writer.room(key.size() + put::kNumberRoom + 1);
         if (i != 0) {
-            writer.raw(",");
+            *cursor++ = ',';
         }
-        termKeys.write(writer, i, term.name);
-        writer.number(term.contribution());
+        put::text(cursor, key);
+        put::number(cursor, terms[i].contribution());
+        writer.commit(cursor);
     }
     writer.raw("}}");
 }

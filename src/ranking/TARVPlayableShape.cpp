@@ -3,6 +3,7 @@
 #include "TARVFretGeometry.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace tarv {
@@ -60,8 +61,12 @@ std::uint8_t TARVPlayableShape::baseFret() const noexcept {
 }
 
 TARVChordShapePtr TARVPlayableShape::chordShape() const {
-    std::vector<std::int64_t> frets(_frets.begin(), _frets.end());
-    TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberArray(frets);
+    // Frets are kept per string, and a tuning has at most 255 strings.
+    std::array<std::int64_t, 256> frets;
+    const std::size_t count = std::min(_frets.size(), frets.size());
+    std::copy_n(_frets.begin(), count, frets.begin());
+    TARVChordShapePtr shape =
+        TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t>(frets.data(), count));
     if (shape) {
         shape->setBadness(static_cast<std::uint64_t>(std::llround(std::max(0.0, _score))));
     }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <bitset>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -927,14 +928,14 @@ bool TARVPlayableShapes::isAllowed(std::span<const std::int8_t> frets, const SCh
 std::vector<std::int8_t> TARVPlayableShapes::fretsForChordShape(const TARVChordShape& shape,
                                                                 std::uint8_t stringCount) {
     std::vector<std::int8_t> frets(stringCount, -1);
-    std::vector<bool> marked(stringCount, false);
+    std::bitset<256> marked;
     for (const TARVFretIndicator& indicator : shape.indicators()) {
         const int base = shape.baseFret();
         if (indicator.isBarre()) {
             const int low = std::min<int>(indicator.string(), indicator.endString());
             const int high = std::max<int>(indicator.string(), indicator.endString());
             for (int s = low; s <= high && s < stringCount; ++s) {
-                if (!marked[static_cast<std::size_t>(s)]) {
+                if (!marked.test(static_cast<std::size_t>(s))) {
                     frets[static_cast<std::size_t>(s)] =
                         static_cast<std::int8_t>(base + indicator.fret());
                 }
@@ -951,10 +952,11 @@ std::vector<std::int8_t> TARVPlayableShapes::fretsForChordShape(const TARVChordS
             frets[s] = 0;
         } else {
             const int fret = base + indicator.fret();
-            frets[s] = marked[s] ? std::max<std::int8_t>(frets[s], static_cast<std::int8_t>(fret))
-                                 : static_cast<std::int8_t>(fret);
+            frets[s] = marked.test(s)
+                           ? std::max<std::int8_t>(frets[s], static_cast<std::int8_t>(fret))
+                           : static_cast<std::int8_t>(fret);
         }
-        marked[s] = true;
+        marked.set(s);
     }
     return frets;
 }

@@ -254,15 +254,31 @@ TEST(TarvguitarJsonIdentity, NamesThatNeedEscapesAreWrittenAsTheReferenceWritesT
 TEST(TarvguitarJsonIdentity, NumbersAreWrittenAsTheReferenceWritesThem) {
     // A shape whose score terms take the values of interest, through the one place numbers are
     // written for shapes: the term contributions (value times weight, weight 1).
-    const std::vector<double> values{
-        0.0,    -0.0,  0.0004, -0.0004, 0.001,           0.0015,    0.5,
-        1.0,    10.0,  -10.0,  16.259,  100.0,           1000.0,    123456.0,
-        1e6,    2.5e7, 0.123,  -1.285,  99.9995,         12345.678, -0.0005,
-        0.0005, 0.07,  1234.5, -3.1,    999999999999.999};
-    static const char* const names[] = {"a", "b", "c", "d", "e", "f", "g", "h", "i",
-                                        "j", "k", "l", "m", "n", "o", "p", "q", "r",
-                                        "s", "t", "u", "v", "w", "x", "y", "z"};
+    const std::vector<double> values{0.0,      -0.0,
+                                     0.0004,   -0.0004,
+                                     0.001,    0.0015,
+                                     0.5,      1.0,
+                                     10.0,     -10.0,
+                                     16.259,   100.0,
+                                     1000.0,   123456.0,
+                                     1e6,      2.5e7,
+                                     0.123,    -1.285,
+                                     99.9995,  12345.678,
+                                     -0.0005,  0.0005,
+                                     0.07,     1234.5,
+                                     -3.1,     999999999999.999,
+                                     55.25,    99.9996,
+                                     9.9995,   -9.9995,
+                                     10.0004,  999999999999.9995,
+                                     1e15,     -1e15,
+                                     1e20,     -2.5e18,
+                                     4.1e18,   0.3333333,
+                                     2.0 / 3.0};
+    std::vector<std::string> names;
     std::vector<TARVPlayableShape::Term> terms;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        names.push_back("term" + std::to_string(i));
+    }
     for (std::size_t i = 0; i < values.size(); ++i) {
         terms.push_back({names[i], values[i], 1.0});
     }
