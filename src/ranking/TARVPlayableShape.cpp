@@ -65,8 +65,8 @@ TARVChordShapePtr TARVPlayableShape::chordShape() const {
     std::array<std::int64_t, 256> frets;
     const std::size_t count = std::min(_frets.size(), frets.size());
     std::copy_n(_frets.begin(), count, frets.begin());
-    TARVChordShapePtr shape =
-        TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t>(frets.data(), count));
+    TARVChordShapePtr shape = TARVChordShape::shapeFromFretNumberArray(
+        std::span<const std::int64_t>(frets.data(), count));
     if (shape) {
         shape->setBadness(static_cast<std::uint64_t>(std::llround(std::max(0.0, _score))));
     }

@@ -58,7 +58,11 @@ TARVChordShapePtr TARVChordShape::shapeForIndicators(std::span<const TARVFretInd
     return shape;
 }
 
-TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t> frets) {
+namespace {
+
+/// The marks of absolute `frets` relative to their base fret, the lowest fret that sounds.
+std::uint8_t indicatorsOfFretNumbers(std::span<const std::int64_t> frets,
+                                     std::vector<TARVFretIndicator>& indicators) {
     std::int8_t baseFret = kNoSoundingStringBaseFret;
     for (const std::int64_t fret : frets) {
         const auto byte = static_cast<std::int8_t>(static_cast<std::uint8_t>(fret));
@@ -66,7 +70,6 @@ TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::i
             baseFret = byte;
         }
     }
-    std::vector<TARVFretIndicator> indicators;
     indicators.reserve(frets.size());
     for (std::size_t string = 0; string < frets.size(); ++string) {
         const auto byte = static_cast<std::uint8_t>(frets[string]);
@@ -74,7 +77,21 @@ TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::i
             static_cast<std::int8_t>(static_cast<std::uint8_t>(byte - baseFret)),
             static_cast<std::uint8_t>(string)));
     }
-    return shapeForIndicators(indicators, static_cast<std::uint64_t>(baseFret));
+    return static_cast<std::uint8_t>(baseFret);
+}
+
+} // namespace
+
+TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t> frets) {
+    std::vector<TARVFretIndicator> indicators;
+    const std::uint8_t baseFret = indicatorsOfFretNumbers(frets, indicators);
+    return shapeForIndicators(indicators, baseFret);
+}
+
+TARVChordShapePtr TARVChordShape::shapeFromFretNumberArray(std::span<const std::int64_t> frets) {
+    std::vector<TARVFretIndicator> indicators;
+    const std::uint8_t baseFret = indicatorsOfFretNumbers(frets, indicators);
+    return shapeFromIndicatorArray(indicators, baseFret);
 }
 
 TARVChordShapePtr TARVChordShape::shapeForFretNumberString(std::string_view text) {

@@ -172,6 +172,21 @@ TEST(TARVChordShapeUtils, FretListKeepsLowEightBitsOfEachNumber) {
     EXPECT_EQ(marksOf(*shape), (std::vector<Mark>{{kFret, 41, 0}, {kFret, 0, 1}, {kMuted, -1, 2}}));
 }
 
+TEST(TARVChordShapeUtils, UnscoredFretListShapeIsTheScoredShapeWithoutItsBadness) {
+    const std::vector<std::vector<std::int64_t>> lists{
+        {0, 1, 0, 2, 3, -1}, {3, 5, 5, 5, 3, -1}, {300, 259, 200}, {}, {-1, -1, -1}, {7, 7, 7, 7}};
+    for (const auto& frets : lists) {
+        const TARVChordShapePtr scored = TARVChordShape::shapeForFretNumberArray(frets);
+        const TARVChordShapePtr unscored = TARVChordShape::shapeFromFretNumberArray(frets);
+        EXPECT_EQ(marksOf(*unscored), marksOf(*scored));
+        EXPECT_EQ(unscored->baseFret(), scored->baseFret());
+        EXPECT_EQ(unscored->baseString(), scored->baseString());
+        EXPECT_EQ(unscored->reach(), scored->reach());
+        EXPECT_EQ(unscored->badness(), 0u);
+    }
+    EXPECT_NE(TARVChordShape::shapeForFretNumberArray(lists[1])->badness(), 0u);
+}
+
 // Indicators at a fret ----------------------------------------------------------------------
 
 TEST(TARVChordShapeUtils, IndicatorShapeUsesLowEightBitsOfFretAndScoresForSixStrings) {

@@ -102,6 +102,9 @@ public:
                                                 std::uint64_t atFret);
     /// Absolute frets by string (position i is string i), negative for muted.
     static TARVChordShapePtr shapeForFretNumberArray(std::span<const std::int64_t> frets);
+    /// The shape `shapeForFretNumberArray` builds, left unscored (badness 0), for callers that
+    /// score shapes their own way.
+    static TARVChordShapePtr shapeFromFretNumberArray(std::span<const std::int64_t> frets);
     /// "x,3,2,0,1,0": comma-separated absolute frets, the last component being string 0.
     static TARVChordShapePtr shapeForFretNumberString(std::string_view text);
     /// The notes the shape sounds in `tuning`, one per sounding string from string 0 up.
