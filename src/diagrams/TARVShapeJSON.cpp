@@ -399,27 +399,38 @@ void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
 /// answer name their terms alike, from the same text.
 class TermKeys {
 public:
-    /// `"name":` for the term at `index`.
-    std::string_view key(std::size_t index, std::string_view name) {
+    /// Keys up to this long are copied whole as one block, from text padded to its length.
+    static constexpr std::size_t kBlock = 32;
+
+    /// Writes `"name":` for the term at `index`; room for `kBlock` bytes more than it takes must
+    /// be made.
+    void put(char*& cursor, std::size_t index, std::string_view name) {
         if (index >= _keys.size()) {
             _keys.resize(index + 1);
         }
         Key& key = _keys[index];
         if (key.name.data() != name.data() || key.name.size() != name.size() || key.text.empty()) {
             key.name = name;
-            key.text.resize(put::stringRoom(name.size()) + 1);
-            char* cursor = key.text.data();
-            put::string(cursor, name);
-            *cursor++ = ':';
-            key.text.resize(static_cast<std::size_t>(cursor - key.text.data()));
+            key.text.assign(put::stringRoom(name.size()) + 1 + kBlock, ' ');
+            char* end = key.text.data();
+            put::string(end, name);
+            *end++ = ':';
+            key.size = static_cast<std::size_t>(end - key.text.data());
         }
-        return key.text;
+        if (key.size <= kBlock) {
+            std::memcpy(cursor, key.text.data(), kBlock);
+        } else {
+            std::memcpy(cursor, key.text.data(), key.size);
+        }
+        cursor += key.size;
     }
 
 private:
     struct Key {
         std::string_view name;
+        /// The key as written, followed by padding.
         std::string text;
+        std::size_t size = 0;
     };
     std::vector<Key> _keys;
 };
@@ -435,8 +446,12 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
                 const SStringedInstrumentTuning* tuning, TermKeys& termKeys) {
     const TARVChordShapePtr chordShape = shape.chordShape();
     const TARVFingering& fingering = shape.fingering();
-    const std::vector<std::int8_t>& frets = shape.frets();
-    const std::vector<TARVFingering::Barre>& barres = fingering.barres();
+    // Spans read once: the text written through `cursor` could otherwise be any of them.
+    const std::span<const std::int8_t> frets = shape.frets();
+    const std::span<const TARVFingering::Barre> barres = fingering.barres();
+    const std::span<const std::uint8_t> fingers = fingering.fingers();
+    const std::span<const TARVPlayableShape::Term> terms = shape.terms();
+    const std::size_t stringCount = frets.size();
 
     // Everything up to the notes, in room made at once.
     char* cursor = writer.room(kShapeFixedRoom + frets.size() * 2 * kSmallNumberRoom +
@@ -445,7 +460,7 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     put::integer(cursor, static_cast<long long>(rank));
     put::literal(cursor, ",\"frets\":\"");
     // From the highest string number down, as the fret text is written.
-    for (std::size_t i = frets.size(); i-- > 0;) {
+    for (std::size_t i = stringCount; i-- > 0;) {
         if (frets[i] < 0) {
             *cursor++ = 'x';
         } else {
@@ -469,8 +484,7 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     put::literal(cursor, ",\"reach\":");
     put::integer(cursor, chordShape ? chordShape->reach() : 0);
     put::literal(cursor, ",\"fingers\":[");
-    const std::vector<std::uint8_t>& fingers = fingering.fingers();
-    for (std::size_t s = 0; s < frets.size(); ++s) {
+    for (std::size_t s = 0; s < stringCount; ++s) {
         if (s != 0) {
             *cursor++ = ',';
         }
@@ -517,12 +531,15 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
         writer.raw("],");
     }
 
-    const std::size_t indicatorCount = chordShape ? chordShape->indicators().size() : 0;
+    const std::span<const TARVFretIndicator> indicators =
+        chordShape ? std::span<const TARVFretIndicator>(chordShape->indicators())
+                   : std::span<const TARVFretIndicator>();
+    const std::size_t indicatorCount = indicators.size();
     cursor = writer.room(32 + indicatorCount * kIndicatorRoom);
     put::literal(cursor, "\"indicators\":[");
     if (chordShape) {
         bool first = true;
-        for (const TARVFretIndicator& indicator : chordShape->indicators()) {
+        for (const TARVFretIndicator& indicator : indicators) {
             if (!first) {
                 *cursor++ = ',';
             }
@@ -543,14 +560,14 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     put::literal(cursor, "],\"terms\":{");
     writer.commit(cursor);
 
-    const std::vector<TARVPlayableShape::Term>& terms = shape.terms();
     for (std::size_t i = 0; i < terms.size(); ++i) {
-        const std::string_view key = termKeys.key(i, terms[i].name);
-        cursor = writer.room(key.size() + put::kNumberRoom + 1);
+        const std::string_view name = terms[i].name;
+        cursor =
+            writer.room(put::stringRoom(name.size()) + 2 + TermKeys::kBlock + put::kNumberRoom);
         if (i != 0) {
             *cursor++ = ',';
         }
-        put::text(cursor, key);
+        termKeys.put(cursor, i, name);
         put::number(cursor, terms[i].contribution());
         writer.commit(cursor);
     }

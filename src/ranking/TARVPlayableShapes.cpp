@@ -334,7 +334,7 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
 }
 
 /// The whole shape of `frets`, whose features are known: its fingering and named terms.
-TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,
+TARVPlayableShape buildShape(const Context& context, std::vector<std::int8_t> frets,
                              const Model::Features& features,
                              std::optional<TARVFingering> fingering) {
     std::vector<TARVPlayableShape::Term> terms;
@@ -344,18 +344,19 @@ TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t
         const auto feature = static_cast<Model::Feature>(i);
         terms.push_back({Model::featureName(feature), features[i], weights[i]});
     }
-    return TARVPlayableShape(std::vector<std::int8_t>(frets.begin(), frets.end()),
-                             fingering ? std::move(*fingering) : TARVFingering(), std::move(terms));
+    return TARVPlayableShape(std::move(frets), fingering ? std::move(*fingering) : TARVFingering(),
+                             std::move(terms));
 }
 
 TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,
                              const Model::Features& features, const TARVFingering::Hand& hand) {
-    return buildShape(context, frets, features, TARVFingering::fingeringForFrets(frets, hand));
+    return buildShape(context, std::vector<std::int8_t>(frets.begin(), frets.end()), features,
+                      TARVFingering::fingeringForFrets(frets, hand));
 }
 
 /// `frets` measured and built whole, its fingering worked out once for both.
-std::optional<TARVPlayableShape> evaluate(const Context& context,
-                                          std::span<const std::int8_t> frets, bool enforceRules) {
+std::optional<TARVPlayableShape> evaluate(const Context& context, std::vector<std::int8_t> frets,
+                                          bool enforceRules) {
     std::optional<TARVFingering> fingering;
     const auto fingeringStatsOf = [&context, &fingering](std::span<const std::int8_t> held) {
         fingering = TARVFingering::fingeringForFrets(held, context.hand);
@@ -365,7 +366,7 @@ std::optional<TARVPlayableShape> evaluate(const Context& context,
     if (!measure(context, frets, enforceRules, fingeringStatsOf, features)) {
         return std::nullopt;
     }
-    return buildShape(context, frets, features, std::move(fingering));
+    return buildShape(context, std::move(frets), features, std::move(fingering));
 }
 
 /// Per-string frets kept without a heap allocation for the string counts of real instruments.
@@ -896,11 +897,11 @@ TARVPlayableShapes::scoreFrets(std::span<const std::int8_t> frets, const SChordP
     if (!makeContext(chord, tuning, options, context)) {
         return std::nullopt;
     }
-    return evaluate(context, frets, false);
+    return evaluate(context, std::vector<std::int8_t>(frets.begin(), frets.end()), false);
 }
 
 std::vector<std::optional<TARVPlayableShape>> TARVPlayableShapes::scoreFretLists(
-    std::span<const std::vector<std::int8_t>> fretLists, const SChordPtr& chord,
+    std::vector<std::vector<std::int8_t>> fretLists, const SChordPtr& chord,
     const SStringedInstrumentTuningConstPtr& tuning, const TARVPlayableOptions& options) {
     std::vector<std::optional<TARVPlayableShape>> answer(fretLists.size());
     Context context;
@@ -908,7 +909,7 @@ std::vector<std::optional<TARVPlayableShape>> TARVPlayableShapes::scoreFretLists
         return answer;
     }
     for (std::size_t i = 0; i < fretLists.size(); ++i) {
-        answer[i] = evaluate(context, fretLists[i], false);
+        answer[i] = evaluate(context, std::move(fretLists[i]), false);
     }
     return answer;
 }

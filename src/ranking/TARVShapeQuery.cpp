@@ -33,22 +33,25 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
     const int neck = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
     // Each shape is fingered and scored by the playability model where a hand can hold it, and
     // keeps the generator's badness.
-    std::vector<TARVChordShapePtr> chordShapes;
+    // The generator holds its shapes while they are read.
+    std::vector<const TARVChordShape*> chordShapes;
     std::vector<std::vector<std::int8_t>> fretLists;
     for (const TARVChordShapePtr& shape : *generator->shapes()) {
         if (shape) {
-            chordShapes.push_back(shape);
+            chordShapes.push_back(shape.get());
             fretLists.push_back(
                 TARVPlayableShapes::fretsForChordShape(*shape, tuning->stringCount()));
         }
     }
     std::vector<std::optional<TARVPlayableShape>> scored =
-        TARVPlayableShapes::scoreFretLists(fretLists, chord, tuning, options);
+        TARVPlayableShapes::scoreFretLists(std::move(fretLists), chord, tuning, options);
     answer.reserve(chordShapes.size());
     for (std::size_t i = 0; i < chordShapes.size(); ++i) {
         TARVPlayableShape playable =
             scored[i] ? std::move(*scored[i])
-                      : TARVPlayableShape(std::move(fretLists[i]), TARVFingering(), {});
+                      : TARVPlayableShape(TARVPlayableShapes::fretsForChordShape(
+                                              *chordShapes[i], tuning->stringCount()),
+                                          TARVFingering(), {});
         playable.setBadness(chordShapes[i]->badness());
         if (playable.highestFret() <= neck) {
             answer.push_back(std::move(playable));

@@ -60,9 +60,13 @@ TARVChordShapePtr TARVChordShape::shapeForIndicators(std::span<const TARVFretInd
 
 namespace {
 
-/// The marks of absolute `frets` relative to their base fret, the lowest fret that sounds.
-std::uint8_t indicatorsOfFretNumbers(std::span<const std::int64_t> frets,
-                                     std::vector<TARVFretIndicator>& indicators) {
+/// Fret lists of real instruments are marked without a heap allocation.
+constexpr std::size_t kInlineStrings = 16;
+
+/// Calls `build(indicators, baseFret)` with the marks of absolute `frets` relative to their base
+/// fret, the lowest fret that sounds.
+template <typename Build>
+TARVChordShapePtr withIndicatorsOfFretNumbers(std::span<const std::int64_t> frets, Build build) {
     std::int8_t baseFret = kNoSoundingStringBaseFret;
     for (const std::int64_t fret : frets) {
         const auto byte = static_cast<std::int8_t>(static_cast<std::uint8_t>(fret));
@@ -70,28 +74,43 @@ std::uint8_t indicatorsOfFretNumbers(std::span<const std::int64_t> frets,
             baseFret = byte;
         }
     }
+    const auto mark = [&frets, baseFret](std::size_t string) {
+        const auto byte = static_cast<std::uint8_t>(frets[string]);
+        return TARVFretIndicator::indicatorAtFret(
+            static_cast<std::int8_t>(static_cast<std::uint8_t>(byte - baseFret)),
+            static_cast<std::uint8_t>(string));
+    };
+    if (frets.size() <= kInlineStrings) {
+        std::array<TARVFretIndicator, kInlineStrings> indicators;
+        for (std::size_t string = 0; string < frets.size(); ++string) {
+            indicators[string] = mark(string);
+        }
+        return build(std::span<const TARVFretIndicator>(indicators.data(), frets.size()),
+                     static_cast<std::uint8_t>(baseFret));
+    }
+    std::vector<TARVFretIndicator> indicators;
     indicators.reserve(frets.size());
     for (std::size_t string = 0; string < frets.size(); ++string) {
-        const auto byte = static_cast<std::uint8_t>(frets[string]);
-        indicators.push_back(TARVFretIndicator::indicatorAtFret(
-            static_cast<std::int8_t>(static_cast<std::uint8_t>(byte - baseFret)),
-            static_cast<std::uint8_t>(string)));
+        indicators.push_back(mark(string));
     }
-    return static_cast<std::uint8_t>(baseFret);
+    return build(std::span<const TARVFretIndicator>(indicators),
+                 static_cast<std::uint8_t>(baseFret));
 }
 
 } // namespace
 
 TARVChordShapePtr TARVChordShape::shapeForFretNumberArray(std::span<const std::int64_t> frets) {
-    std::vector<TARVFretIndicator> indicators;
-    const std::uint8_t baseFret = indicatorsOfFretNumbers(frets, indicators);
-    return shapeForIndicators(indicators, baseFret);
+    return withIndicatorsOfFretNumbers(
+        frets, [](std::span<const TARVFretIndicator> indicators, std::uint8_t baseFret) {
+            return shapeForIndicators(indicators, baseFret);
+        });
 }
 
 TARVChordShapePtr TARVChordShape::shapeFromFretNumberArray(std::span<const std::int64_t> frets) {
-    std::vector<TARVFretIndicator> indicators;
-    const std::uint8_t baseFret = indicatorsOfFretNumbers(frets, indicators);
-    return shapeFromIndicatorArray(indicators, baseFret);
+    return withIndicatorsOfFretNumbers(
+        frets, [](std::span<const TARVFretIndicator> indicators, std::uint8_t baseFret) {
+            return shapeFromIndicatorArray(indicators, baseFret);
+        });
 }
 
 TARVChordShapePtr TARVChordShape::shapeForFretNumberString(std::string_view text) {

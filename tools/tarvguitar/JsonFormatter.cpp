@@ -17,9 +17,16 @@ void writeJsonLine(std::ostream& out, const nlohmann::ordered_json& object) {
 
 void JsonFormatter::writeChordShapes(const ChordShapesAnswer& answer,
                                      const SStringedInstrumentTuning& tuning) {
-    _out << TARVPlayerJSON::chordShapesJSON(answer.chord, tuning, answer.shapes, _instrumentName)
-         << "\n";
+    _out << *chordShapesText(answer, tuning);
     _out.flush();
+}
+
+std::optional<std::string> JsonFormatter::chordShapesText(const ChordShapesAnswer& answer,
+                                                          const SStringedInstrumentTuning& tuning) {
+    std::string line =
+        TARVPlayerJSON::chordShapesJSON(answer.chord, tuning, answer.shapes, _instrumentName);
+    line += '\n';
+    return line;
 }
 
 void JsonFormatter::writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) {

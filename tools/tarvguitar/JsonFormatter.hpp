@@ -27,6 +27,8 @@ public:
 
     void writeChordShapes(const ChordShapesAnswer& answer,
                           const SStringedInstrumentTuning& tuning) override;
+    std::optional<std::string> chordShapesText(const ChordShapesAnswer& answer,
+                                               const SStringedInstrumentTuning& tuning) override;
     void writeNotation(const NotationAnswer& answer,
                        const SStringedInstrumentTuning* tuning) override;
     void writeNames(const NamesAnswer& answer, const SStringedInstrumentTuning& tuning) override;

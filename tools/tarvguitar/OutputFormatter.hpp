@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -78,6 +79,13 @@ public:
     virtual void begin() {}
     virtual void writeChordShapes(const ChordShapesAnswer& answer,
                                   const SStringedInstrumentTuning& tuning) = 0;
+    /// What `writeChordShapes` writes, as text of its own, for a format that makes it without
+    /// the stream; nothing for the others.
+    virtual std::optional<std::string>
+    chordShapesText(const ChordShapesAnswer& /*answer*/,
+                    const SStringedInstrumentTuning& /*tuning*/) {
+        return std::nullopt;
+    }
     /// `tuning` is null when the command line names none; the sounding notes are then left out.
     virtual void writeNotation(const NotationAnswer& answer,
                                const SStringedInstrumentTuning* tuning) = 0;

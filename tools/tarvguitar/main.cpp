@@ -443,6 +443,11 @@ struct ShapesCommand {
                 writer->formatter->setExplain(explain);
                 writer->formatter->setDiagramOptions(diagram);
             }
+            if (std::optional<std::string> text =
+                    writer->formatter->chordShapesText(shapes, *tuning)) {
+                result.text = std::move(*text);
+                return result;
+            }
             writer->formatter->writeChordShapes(shapes, *tuning);
             result.text = std::move(writer->out).str();
             writer->out.str(std::string());

@@ -48,7 +48,7 @@ public:
     /// Each of `fretLists` scored as `scoreFrets` scores it, in order, with what the chord and
     /// tuning give worked out once for all of them.
     static std::vector<std::optional<TARVPlayableShape>>
-    scoreFretLists(std::span<const std::vector<std::int8_t>> fretLists, const SChordPtr& chord,
+    scoreFretLists(std::vector<std::vector<std::int8_t>> fretLists, const SChordPtr& chord,
                    const SStringedInstrumentTuningConstPtr& tuning,
                    const TARVPlayableOptions& options = {});
     /// Whether the rules of the search allow `frets` for `chord`: the test `allVoicings` applies.
