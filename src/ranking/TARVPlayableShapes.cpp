@@ -8,6 +8,7 @@
 #include <bit>
 #include <bitset>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <unordered_map>
@@ -409,9 +410,41 @@ struct Leaves {
     std::size_t stringCount = 0;
     std::vector<std::int8_t> frets;
     std::vector<Leaf> leaves;
+    /// Voicings bounded above this cannot be listed and are not kept.
+    double threshold = std::numeric_limits<double>::infinity();
+    /// Once this many are held, `setAside` may raise the threshold and drop what is above it.
+    std::size_t budget = std::numeric_limits<std::size_t>::max();
+    std::function<void(Leaves&)> setAside;
 
     std::span<const std::int8_t> fretsOf(const Leaf& leaf) const noexcept {
         return {frets.data() + leaf.offset, stringCount};
+    }
+
+    void add(double bound, std::span<const std::int8_t> leafFrets) {
+        if (bound > threshold) {
+            return;
+        }
+        leaves.push_back({bound, frets.size()});
+        frets.insert(frets.end(), leafFrets.begin(), leafFrets.end());
+        if (leaves.size() >= budget && setAside) {
+            setAside(*this);
+        }
+    }
+
+    /// Keeps the voicings bounded at or below `threshold`, in their order.
+    void keepBelowThreshold() {
+        std::size_t kept = 0;
+        for (const Leaf& leaf : leaves) {
+            if (leaf.bound > threshold) {
+                continue;
+            }
+            std::copy_n(frets.begin() + static_cast<std::ptrdiff_t>(leaf.offset), stringCount,
+                        frets.begin() + static_cast<std::ptrdiff_t>(kept * stringCount));
+            leaves[kept] = {leaf.bound, kept * stringCount};
+            ++kept;
+        }
+        leaves.resize(kept);
+        frets.resize(kept * stringCount);
     }
 };
 
@@ -589,8 +622,7 @@ private:
             return;
         }
         if (depth == _order.size()) {
-            _leaves.leaves.push_back({bound(state), _leaves.frets.size()});
-            _leaves.frets.insert(_leaves.frets.end(), _frets.begin(), _frets.end());
+            _leaves.add(bound(state), _frets);
             return;
         }
         const std::size_t string = _order[depth];
@@ -718,9 +750,15 @@ bool rankedBefore(const Found& a, const Found& b) {
     return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
 }
 
+/// Runs the search into `leaves`, which may come with a threshold and a way to set voicings
+/// aside.
+void searchLeaves(const Context& context, Leaves& leaves) {
+    WindowSearch(context, leaves).run();
+}
+
 Leaves searchLeaves(const Context& context) {
     Leaves leaves;
-    WindowSearch(context, leaves).run();
+    searchLeaves(context, leaves);
     return leaves;
 }
 
@@ -735,6 +773,77 @@ bool evaluateLeaf(const Context& context, const Leaves& leaves, const Leaf& leaf
     found.push_back({context.model->score(features, context.family), FretList(frets), features,
                      ranking::neckPosition(frets)});
     return true;
+}
+
+/// Raises the threshold of `leaves` as far as the ranked list allows, and drops what lies above.
+///
+/// Take voicings, scored, that are pairwise no transposition of each other: `maximumShapes`
+/// and twice the diverse count of them, the highest scoring S. In each of the diverse rounds at
+/// most as many of them are listed or transpositions of listed ones as rounds went before, so
+/// one is left whose score with the spread penalties stays within S plus a penalty for each
+/// earlier round: what the round lists scores no more. The rest of the list comes in score order
+/// and at least `maximumShapes` of them, all scoring S or less, are left for it. A voicing whose
+/// bound lies above S plus the penalties is therefore never listed, and the list is the same
+/// without it.
+void setAsideUnlistable(const Context& context, std::size_t maximumShapes, Leaves& leaves) {
+    const std::size_t wanted = maximumShapes + 2 * kDiverseCount;
+    // The most promising voicings first, until enough of them are known.
+    std::vector<std::size_t> heap(leaves.leaves.size());
+    for (std::size_t i = 0; i < heap.size(); ++i) {
+        heap[i] = i;
+    }
+    const auto byBound = [&leaves](std::size_t a, std::size_t b) {
+        return leaves.leaves[a].bound > leaves.leaves[b].bound;
+    };
+    std::make_heap(heap.begin(), heap.end(), byBound);
+    FingeringMemo memo(context.hand);
+    std::vector<Found> found;
+    std::vector<const Found*> distinct;
+    double highest = std::numeric_limits<double>::infinity();
+    while (!heap.empty()) {
+        // Once enough are known and no voicing left can score below the highest of them, more
+        // scoring would not lower the threshold.
+        if (distinct.size() >= wanted && leaves.leaves[heap.front()].bound >= highest) {
+            break;
+        }
+        std::pop_heap(heap.begin(), heap.end(), byBound);
+        const Leaf leaf = leaves.leaves[heap.back()];
+        heap.pop_back();
+        if (!evaluateLeaf(context, leaves, leaf, memo, found)) {
+            continue;
+        }
+        std::vector<const Found*> byScore;
+        byScore.reserve(found.size());
+        for (const Found& entry : found) {
+            byScore.push_back(&entry);
+        }
+        std::sort(byScore.begin(), byScore.end(),
+                  [](const Found* a, const Found* b) { return rankedBefore(*a, *b); });
+        distinct.clear();
+        for (const Found* entry : byScore) {
+            const bool transposition =
+                std::any_of(distinct.begin(), distinct.end(), [entry](const Found* listed) {
+                    return ranking::isTransposition(entry->frets, listed->frets);
+                });
+            if (!transposition) {
+                distinct.push_back(entry);
+                if (distinct.size() == wanted) {
+                    break;
+                }
+            }
+        }
+        if (distinct.size() == wanted) {
+            highest = distinct.back()->score;
+        }
+    }
+    if (distinct.size() >= wanted) {
+        const double threshold =
+            highest + static_cast<double>(kDiverseCount - 1) * kPositionSpreadPenalty;
+        leaves.threshold = std::min(leaves.threshold, threshold);
+        leaves.keepBelowThreshold();
+    }
+    // What is still held stays until twice as much is.
+    leaves.budget = std::max(leaves.budget, 2 * leaves.leaves.size());
 }
 
 /// The ranked list as positions in `all`, which is sorted by `rankedBefore`: the diverse first
@@ -835,7 +944,12 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
     if (!makeContext(chord, tuning, options, context)) {
         return ranked;
     }
-    Leaves leaves = searchLeaves(context);
+    Leaves leaves;
+    leaves.budget = std::max<std::size_t>(options.heldVoicings, 1);
+    leaves.setAside = [&context, &options](Leaves& held) {
+        setAsideUnlistable(context, options.maximumShapes, held);
+    };
+    searchLeaves(context, leaves);
     // Voicings are fingered and scored in the order of their bounds, until the ones left cannot
     // change the list: a heap of the pending ones, least bound on top.
     std::vector<Leaf>& pending = leaves.leaves;

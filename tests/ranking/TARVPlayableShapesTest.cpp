@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <set>
 #include <sstream>
 
@@ -135,6 +136,44 @@ TEST(TARVPlayableShapes, ScoringAListScoresEachAsAlone) {
     EXPECT_EQ(present, 3u);
     EXPECT_EQ(TARVPlayableShapes::scoreFretLists(lists, nullptr, kGuitar),
               std::vector<std::optional<TARVPlayableShape>>(lists.size()));
+}
+
+TEST(TARVPlayableShapes, SettingVoicingsAsideNeverChangesTheList) {
+    // Holding few voicings makes the search score the most promising early and drop those that
+    // cannot be listed; the lists must be those of a search that holds them all.
+    const std::vector<std::string> chords{"C",   "Am",     "G7",   "F#m7b5",
+                                          "C13", "Ebmaj7", "E7#9", "D/F#"};
+    const std::vector<std::pair<SStringedInstrumentTuningConstPtr, std::vector<std::string>>> cases{
+        {kGuitar, chords},
+        {kUkulele, chords},
+        {tuning("B1 E2 A2 D3 G3 B3 E4"), chords},
+        {tuning("D2 A2 D3 G3 A3 D4"), chords},
+        {tuning("E2 E3 A2 A3 D3 D4 G3 G4 B3 B3 E4 E4", 15), {"C", "Am", "G7"}}};
+    std::size_t setAside = 0;
+    for (const auto& [instrument, symbols] : cases) {
+        for (const std::string& symbol : symbols) {
+            const auto chord = SChord::chordWithString(symbol);
+            for (const std::size_t maximum : {std::size_t{1}, std::size_t{5}, std::size_t{20}}) {
+                TARVPlayableOptions all;
+                all.heldVoicings = std::numeric_limits<std::size_t>::max();
+                all.maximumShapes = maximum;
+                const auto whole = TARVPlayableShapes::shapesForChord(chord, instrument, all);
+                for (const std::size_t held : {std::size_t{1}, std::size_t{7}, std::size_t{64}}) {
+                    TARVPlayableOptions few = all;
+                    few.heldVoicings = held;
+                    const auto listed = TARVPlayableShapes::shapesForChord(chord, instrument, few);
+                    ASSERT_EQ(listed.size(), whole.size()) << symbol << " " << held;
+                    for (std::size_t i = 0; i < listed.size(); ++i) {
+                        EXPECT_EQ(listed[i].frets(), whole[i].frets()) << symbol << " " << i;
+                        EXPECT_EQ(listed[i].score(), whole[i].score()) << symbol << " " << i;
+                    }
+                }
+            }
+            setAside += TARVPlayableShapes::allVoicings(chord, instrument).size() > 64 ? 1 : 0;
+        }
+    }
+    // Most searches held more voicings than the holds allow, and so set some aside.
+    EXPECT_GT(setAside, 25u);
 }
 
 TEST(TARVPlayableShapes, CapoCountsFretsFromTheCapo) {

@@ -41,6 +41,10 @@ struct TARVPlayableOptions {
     /// c + 1..n are not on it); a capo at or above its start frets it, so that it sounds c - n
     /// semitones above its open pitch.
     std::vector<std::uint8_t> stringStartFrets;
+    /// How many voicings the ranked search holds unscored before it scores the most promising
+    /// and drops those that can no longer be listed. It bounds the memory of instruments with
+    /// many strings and never changes the list.
+    std::size_t heldVoicings = std::size_t{1} << 18;
     /// The model that scores voicings; null means the model compiled into the library.
     const TARVPlayabilityModel* model = nullptr;
 
