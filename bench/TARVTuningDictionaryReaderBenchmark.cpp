@@ -7,7 +7,7 @@
 // For an instruction count of one reading:
 //
 //   valgrind --tool=callgrind build/bench/TARVTuningDictionaryReaderBenchmark
-//       --benchmark_filter=readStandardTuningFile --benchmark_min_time=1x
+//       --benchmark_min_time=0
 //   callgrind_annotate --inclusive=yes callgrind.out.* | grep TuningDictionaryReader::read
 
 #include "cache/TARVTuningDictionaryReader.hpp"
