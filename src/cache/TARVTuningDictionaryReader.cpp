@@ -440,8 +440,7 @@ std::size_t plainStringBytes(const char* p) {
 class Parser {
 public:
     Parser(std::string_view text, Builder& builder)
-        : _text(std::make_unique_for_overwrite<char[]>(text.size() + kPadding)), _p(_text.get()),
-          _builder(builder) {
+        : _text(new char[text.size() + kPadding]), _p(_text.get()), _builder(builder) {
         // The text is read from a copy followed by NUL bytes. A NUL ends the text after the
         // value and is refused everywhere else, just as the end is, so reading needs no other
         // test for the end; and words may be read a little past it.
