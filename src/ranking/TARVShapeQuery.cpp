@@ -32,8 +32,7 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
     }
     const int neck = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
     // Each shape is fingered and scored by the playability model where a hand can hold it, and
-    // keeps the generator's badness.
-    // The generator holds its shapes while they are read.
+    // keeps the generator's badness; the generator holds its shapes while they are read.
     std::vector<const TARVChordShape*> chordShapes;
     std::vector<std::vector<std::int8_t>> fretLists;
     for (const TARVChordShapePtr& shape : *generator->shapes()) {
