@@ -2,11 +2,13 @@
 
 #include "tarv/generation/TARVChordShapeScorer.hpp"
 #include "tarv/generation/TARVNoteAdditions.hpp"
+#include "tarv/generation/TARVStandardChordShapes.hpp"
 #include "tarv/instruments/SNoteGuitar.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <stdexcept>
 
 namespace tarv {
@@ -21,6 +23,8 @@ constexpr std::size_t kMaximumFingers = 4;
 constexpr std::uint32_t kMaximumRawStrings = 14;
 constexpr std::uint64_t kFreeKey = ~std::uint64_t{0};
 constexpr std::uint8_t kMutedKeyFret = 0xF;
+// Room for the valid candidates of most chords on six strings before the key table grows.
+constexpr std::size_t kInitialValidKeys = 256;
 // Up to this fret count the fret lists are plain octaves below the fret count; above it the
 // 8-bit fret arithmetic of fretsForString wraps. Ranges then also stay below fret 128.
 constexpr std::uint8_t kPlainFretCount = 116;
@@ -91,23 +95,29 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
         _addShapesAtFret(fret);
     }
 
-    // A stable sort by badness, of which only the first shapes are kept.
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> order;
-    order.reserve(_shapeSet.size());
+    // A stable sort by badness, of which only the first shapes are kept: the best kMaximumShapes
+    // by (badness, position in the working set), held in order as the set is read.
+    std::array<std::pair<std::uint64_t, std::uint32_t>, kMaximumShapes> best;
+    std::size_t kept = 0;
     for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
-        order.emplace_back(_shapeSet[index] ? _shapeSet[index]->badness()
-                                            : _pendingShapes[index].badness,
-                           static_cast<std::uint32_t>(index));
+        const std::pair<std::uint64_t, std::uint32_t> entry{
+            _shapeSet[index] ? _shapeSet[index]->badness() : _pendingShapes[index].badness,
+            static_cast<std::uint32_t>(index)};
+        if (kept == kMaximumShapes && !(entry < best[kept - 1])) {
+            continue;
+        }
+        std::size_t position = kept < kMaximumShapes ? kept++ : kept - 1;
+        for (; position > 0 && entry < best[position - 1]; --position) {
+            best[position] = best[position - 1];
+        }
+        best[position] = entry;
     }
-    const std::size_t kept = std::min(order.size(), kMaximumShapes);
-    std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(kept),
-                      order.end());
     std::vector<TARVChordShapePtr> sorted;
     sorted.reserve(kept);
     for (std::size_t index = 0; index < kept; ++index) {
-        TARVChordShapePtr& shape = _shapeSet[order[index].second];
+        TARVChordShapePtr& shape = _shapeSet[best[index].second];
         if (!shape) {
-            shape = shapeForPendingShape(_pendingShapes[order[index].second]);
+            shape = shapeForPendingShape(_pendingShapes[best[index].second]);
         }
         sorted.push_back(shape);
     }
@@ -247,7 +257,25 @@ void TARVChordShapeGenerator::prepareEnumeration() {
         }
         _patternCounts[pitchClass] = count;
     }
-    _validKeys.assign(64, kFreeKey);
+    const std::uint16_t bassBit = noteBit(_bassValue);
+    for (std::size_t pattern = 0; pattern < _patterns.size(); ++pattern) {
+        const auto& choices = _patterns[pattern];
+        const std::size_t count = _patternCounts[pattern % 12] + (pattern >= 12 ? 1 : 0);
+        std::uint16_t notes = 0;
+        _patternNotes[pattern][0] = 0;
+        _bassChoice[pattern] = kNoChoice;
+        for (std::size_t index = 0; index < count; ++index) {
+            notes = static_cast<std::uint16_t>(notes | choices[index].noteBit);
+            _patternNotes[pattern][index + 1] = notes;
+            if (_bassChoice[pattern] == kNoChoice && choices[index].fret >= 0 &&
+                choices[index].noteBit == bassBit) {
+                _bassChoice[pattern] = static_cast<std::uint8_t>(index);
+            }
+        }
+    }
+    _validKeys.assign(kInitialValidKeys, kFreeKey);
+    _pendingShapes.reserve(kInitialValidKeys / 2);
+    _shapeSet.reserve(kInitialValidKeys / 2);
     _validKeyCount = 0;
     _rawStringCount = stringCount;
 }
@@ -401,18 +429,20 @@ void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) 
     for (std::uint32_t string = 0; string < stringCount; ++string) {
         // The same choices as _fretsForString: the muted marker first when it is offered, then
         // the frets of the range in ascending order.
-        const unsigned pitchClass = (_openPitchClass[string] + range.location) % 12;
-        const StringChoice* choices = _patterns[pitchClass].data();
-        std::uint8_t count = _patternCounts[pitchClass];
-        while (count > 0 && static_cast<std::uint64_t>(choices[count - 1].fret) > span) {
+        unsigned pattern = (_openPitchClass[string] + range.location) % 12;
+        std::uint8_t count = _patternCounts[pattern];
+        while (count > 0 && static_cast<std::uint64_t>(_patterns[pattern][count - 1].fret) > span) {
             --count;
         }
         if (string == 0 || count == 0 || range.location == 0 || twoNotes) {
-            choices = _patterns[12 + pitchClass].data();
+            pattern += 12;
             ++count;
         }
-        _choices[string] = choices;
+        _choices[string] = _patterns[pattern].data();
         _choiceCounts[string] = count;
+        _bassChoices[string] = _bassChoice[pattern] < count ? _bassChoice[pattern] : kNoChoice;
+        _notesBelow[string + 1] =
+            static_cast<std::uint16_t>(_notesBelow[string] | _patternNotes[pattern][count]);
     }
     for (std::uint32_t string = stringCount - 1; string >= 1; --string) {
         addRawCandidatesForBassString(range, string);
@@ -445,6 +475,15 @@ TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t 
 }
 
 [[gnu::always_inline]] inline bool
+TARVChordShapeGenerator::canComplete(const ChoicePrefix& prefix,
+                                     std::uint32_t string) const noexcept {
+    // Strings string - 1 to 0 are still to be chosen: each adds at most one note, and only one
+    // that some choice of theirs sounds.
+    const auto missing = static_cast<std::uint16_t>(_characteristicMask & ~prefix.noteBits);
+    return (missing & ~_notesBelow[string]) == 0;
+}
+
+[[gnu::always_inline]] inline bool
 TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
                                        TARVFretRange range) const noexcept {
     // The rules of isValidChordShape, read off the candidate: every characteristic note sounds,
@@ -470,54 +509,70 @@ TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
 void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
                                                             std::uint32_t bassString) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
-    const StringChoice* bassChoices = _choices[bassString];
-    const StringChoice* bass = nullptr;
-    for (std::size_t index = 0; index < _choiceCounts[bassString]; ++index) {
-        if (bassChoices[index].fret >= 0 && bassChoices[index].noteBit == noteBit(_bassValue)) {
-            bass = &bassChoices[index];
-            break;
-        }
-    }
-    if (bass == nullptr) {
+    const std::uint8_t bassChoice = _bassChoices[bassString];
+    if (bassChoice == kNoChoice) {
         return;
     }
+    const StringChoice* bass = &_choices[bassString][bassChoice];
 
     ChoicePrefix base{};
     base.lowestFret = 0xFF;
     base.lowestMuted = _lowestMutedAbove[bassString];
     _prefixes[bassString] = extendPrefix(base, bassString, *bass);
-    _chosen[bassString] = static_cast<std::uint8_t>(bass - bassChoices);
+    _chosen[bassString] = bassChoice;
+    if (!canComplete(_prefixes[bassString], bassString)) {
+        _chosen[bassString] = 0;
+        return;
+    }
 
     // Candidates in the order _indicatorListsForFretRange lists them: the string next to the bass
     // varies slowest, string 0 fastest. `_prefixes[s]` holds the choices of the bass string down
-    // to string s; the choices of string 0 are tried against `_prefixes[1]` directly.
+    // to string s; the choices of string 0 are tried against `_prefixes[1]` directly. A prefix
+    // that cannot sound every characteristic note whatever the strings below it choose has no
+    // valid candidate, and its strings below are not visited.
     std::uint32_t string = bassString;
     while (true) {
+        bool complete = true;
         for (; string > 1; --string) {
             _prefixes[string - 1] = extendPrefix(_prefixes[string], string - 1,
                                                  _choices[string - 1][_chosen[string - 1]]);
-        }
-        const ChoicePrefix& above = _prefixes[1];
-        const StringChoice* last = _choices[0];
-        for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
-            const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
-            if (isValidPrefix(candidate, range)) {
-                _chosen[0] = index;
-                addRawCandidate(range, bassString, candidate);
+            if (!canComplete(_prefixes[string - 1], string - 1)) {
+                complete = false;
+                --string;
+                break;
             }
         }
-        // Advance the odometer of strings 1 to bass - 1.
-        string = 1;
-        while (string < bassString && ++_chosen[string] >= _choiceCounts[string]) {
-            _chosen[string] = 0;
-            ++string;
+        if (complete) {
+            const ChoicePrefix& above = _prefixes[1];
+            const StringChoice* last = _choices[0];
+            for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
+                const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
+                if (isValidPrefix(candidate, range)) {
+                    _chosen[0] = index;
+                    addRawCandidate(range, bassString, candidate);
+                }
+            }
+            string = 1;
+        }
+        // Advance the odometer of strings 1 to bass - 1 from `string` up; the strings below it
+        // are at their first choice.
+        while (true) {
+            while (string < bassString && ++_chosen[string] >= _choiceCounts[string]) {
+                _chosen[string] = 0;
+                ++string;
+            }
+            if (string >= bassString) {
+                break;
+            }
+            _prefixes[string] =
+                extendPrefix(_prefixes[string + 1], string, _choices[string][_chosen[string]]);
+            if (canComplete(_prefixes[string], string)) {
+                break;
+            }
         }
         if (string >= bassString) {
             break;
         }
-        // `string` moved on; the strings below it start again from their first choice.
-        _prefixes[string] =
-            extendPrefix(_prefixes[string + 1], string, _choices[string][_chosen[string]]);
     }
     std::fill(_chosen.begin(), _chosen.begin() + bassString + 1, std::uint8_t{0});
 }
@@ -531,34 +586,35 @@ void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t
     // A candidate's shape is fixed by its base fret and the fret of every tuning string relative
     // to it (or its being muted); different such candidates give shapes that are not equal.
     std::uint64_t key = baseFret;
-    std::array<TARVFretIndicator, kMaximumRawStrings> normalized;
-    for (std::uint32_t string = 0; string < stringCount; ++string) {
-        std::int8_t fret = -1;
-        if (string <= bassString) {
-            fret = _choices[string][_chosen[string]].fret;
-        }
-        const std::uint8_t tuningString = _tuningString[string];
-        std::uint64_t keyFret = kMutedKeyFret;
+    std::array<std::int8_t, kMaximumRawStrings> normalized;
+    normalized.fill(-1);
+    for (std::uint32_t string = 0; string <= bassString; ++string) {
+        const std::int8_t fret = _choices[string][_chosen[string]].fret;
         if (fret >= 0) {
-            fret = static_cast<std::int8_t>(fret - offset);
-            keyFret = static_cast<std::uint64_t>(fret);
-        } else {
-            fret = -1;
+            normalized[_tuningString[string]] = static_cast<std::int8_t>(fret - offset);
         }
-        key |= keyFret << (8 + 4 * tuningString);
-        normalized[tuningString] = TARVFretIndicator(fret, tuningString);
+    }
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        const std::int8_t fret = normalized[string];
+        key |= static_cast<std::uint64_t>(fret < 0 ? kMutedKeyFret : fret) << (8 + 4 * string);
     }
     if (!insertValidKey(key)) {
         return;
     }
-    // Marks in string order, which the shape keeps without moving any.
-    _scratchShape._rebuildFromIndicatorArray(
-        std::span<const TARVFretIndicator>(normalized.data(), stringCount), baseFret);
     if (_pendingShapes.size() != _shapeSet.size()) {
         _pendingShapes.resize(_shapeSet.size());
     }
-    _pendingShapes.push_back(
-        PendingShape{key, scoreForShape(_scratchShape), static_cast<std::uint8_t>(stringCount)});
+    // The key's string bits are the packed frets the standard table looks up.
+    std::uint64_t badness = 0;
+    if (stringCount == kStandardTableStringCount) {
+        badness = TARVStandardChordShapes::sharedInstance().standardScoreForPackedFrets(
+            static_cast<std::uint32_t>(key >> 8), baseFret);
+    }
+    if (badness == 0) {
+        badness = TARVChordShapeScorer::formulaScoreForFrets(
+            std::span<const std::int8_t>(normalized.data(), stringCount), baseFret, stringCount);
+    }
+    _pendingShapes.push_back(PendingShape{key, badness, static_cast<std::uint8_t>(stringCount)});
     _shapeSet.emplace_back();
 }
 

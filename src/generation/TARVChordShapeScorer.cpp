@@ -3,6 +3,8 @@
 #include "tarv/generation/TARVStandardChordShapes.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
+#include <algorithm>
+
 namespace tarv {
 
 namespace {
@@ -16,6 +18,7 @@ constexpr std::uint64_t kBarreCost = 3;
 constexpr std::uint64_t kOpenCost = 4;
 constexpr std::uint64_t kFingerCost = 3;
 constexpr std::uint64_t kMutedFirstStringsCost = 109;
+constexpr std::size_t kStandardStringCount = 6;
 } // namespace
 
 std::uint64_t TARVChordShapeScorer::scoreForShape(const TARVChordShape& shape,
@@ -68,6 +71,87 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForShape(const TARVChordShape& s
         }
     }
     if (count >= 2 && indicators[0].isMuted() && indicators[1].isMuted()) {
+        badness += kMutedFirstStringsCost;
+    }
+    return badness;
+}
+
+std::uint64_t TARVChordShapeScorer::scoreForFrets(std::span<const std::int8_t> frets,
+                                                  std::uint8_t baseFret,
+                                                  std::int64_t stringCount) noexcept {
+    if (frets.size() == kStandardStringCount) {
+        if (const std::optional<std::uint32_t> packed =
+                TARVStandardChordShapes::packedFrets(frets)) {
+            const std::uint64_t standard =
+                TARVStandardChordShapes::sharedInstance().standardScoreForPackedFrets(*packed,
+                                                                                      baseFret);
+            if (standard != 0) {
+                return standard;
+            }
+        }
+    }
+    return formulaScoreForFrets(frets, baseFret, stringCount);
+}
+
+std::uint64_t TARVChordShapeScorer::formulaScoreForFrets(std::span<const std::int8_t> frets,
+                                                         std::uint8_t baseFret,
+                                                         std::int64_t stringCount) noexcept {
+    // The shape's marks, read off the frets: at the nut a string at fret 0 is open; up the neck
+    // two or more strings at the base fret become one barre from string 0 when no string below
+    // the highest of them is muted. The barre then leads the list.
+    const std::size_t count = frets.size();
+    std::uint8_t baseString = 0;
+    std::uint8_t highest = 0;
+    std::uint8_t lowest = 255;
+    std::size_t sounding = 0;
+    std::size_t atZero = 0;
+    std::size_t highestAtZero = 0;
+    std::size_t lowestMuted = count;
+    std::size_t firstSounding = count;
+    std::size_t lastSounding = 0;
+    for (std::size_t string = 0; string < count; ++string) {
+        const std::int8_t fret = frets[string];
+        if (fret < 0) {
+            lowestMuted = std::min(lowestMuted, string);
+            continue;
+        }
+        baseString = static_cast<std::uint8_t>(string);
+        firstSounding = std::min(firstSounding, string);
+        lastSounding = string;
+        ++sounding;
+        if (fret == 0) {
+            ++atZero;
+            highestAtZero = string;
+        }
+        if (fret == 0 && baseFret == 0) {
+            continue;
+        }
+        highest = std::max(highest, static_cast<std::uint8_t>(fret));
+        lowest = std::min(lowest, static_cast<std::uint8_t>(fret));
+    }
+    const auto reach = static_cast<std::uint8_t>(highest + 1 - lowest);
+    const auto fromBaseFret = static_cast<std::uint64_t>(baseFret);
+    std::uint64_t badness =
+        kBaseFretCost * fromBaseFret + kReachCost * reach +
+        kUnusedBassStringCost * (static_cast<std::uint64_t>(stringCount) - 1 - baseString) +
+        kStartingCost;
+
+    const std::size_t muted = count - sounding;
+    badness += kMutedCost * muted;
+    for (std::size_t string = firstSounding + 1; string < lastSounding; ++string) {
+        if (frets[string] < 0) {
+            badness += kInnerMutedCost;
+        }
+    }
+    const bool barre = baseFret != 0 && atZero >= 2 && lowestMuted > highestAtZero;
+    if (baseFret == 0) {
+        badness += kOpenCost * atZero + kFingerCost * (sounding - atZero);
+    } else if (barre) {
+        badness += fromBaseFret * fromBaseFret + kBarreCost + kFingerCost * (sounding - atZero);
+    } else {
+        badness += kFingerCost * sounding;
+    }
+    if (!barre && count >= 2 && frets[0] < 0 && frets[1] < 0) {
         badness += kMutedFirstStringsCost;
     }
     return badness;

@@ -187,6 +187,12 @@ constexpr std::uint8_t kMovableBaseFret = 2;
 /// Added to a movable record's score for its entry up the neck.
 constexpr std::uint64_t kMovablePenalty = 3;
 
+constexpr std::size_t kTableStringCount = 6;
+constexpr std::int8_t kMutedNibble = 0xF;
+constexpr std::uint32_t kOpenKeyBit = 1U << 24;
+constexpr std::uint32_t kPackedMask = kOpenKeyBit - 1;
+constexpr std::uint32_t kFreeFretKey = ~std::uint32_t{0};
+
 } // namespace
 
 std::size_t TARVStandardChordShapes::KeyHash::operator()(
@@ -232,7 +238,56 @@ TARVStandardChordShapes::Map TARVStandardChordShapes::makeStandardScores() {
     return scores;
 }
 
-TARVStandardChordShapes::TARVStandardChordShapes() : _standardScores(makeStandardScores()) {}
+std::optional<std::uint32_t>
+TARVStandardChordShapes::packedFrets(std::span<const std::int8_t> frets) noexcept {
+    if (frets.size() != kTableStringCount) {
+        return std::nullopt;
+    }
+    std::uint32_t packed = 0;
+    for (std::size_t string = 0; string < kTableStringCount; ++string) {
+        const std::int8_t fret = frets[string];
+        if (fret >= kMutedNibble) {
+            return std::nullopt;
+        }
+        packed |= static_cast<std::uint32_t>(fret < 0 ? kMutedNibble : fret) << (4 * string);
+    }
+    return packed;
+}
+
+std::uint32_t TARVStandardChordShapes::fretKey(std::uint32_t packed,
+                                               std::uint8_t baseFret) noexcept {
+    // Without a string at fret 0 the list is the same at every base fret.
+    const std::uint32_t zeroNibbles = (packed - 0x111111U) & ~packed & 0x888888U;
+    return zeroNibbles != 0 && baseFret == 0 ? packed | kOpenKeyBit : packed;
+}
+
+std::size_t TARVStandardChordShapes::fretSlot(std::uint32_t key) noexcept {
+    return static_cast<std::size_t>((key * 0x9E3779B1U) >> 23) & (kFretTableSize - 1);
+}
+
+TARVStandardChordShapes::FretTable TARVStandardChordShapes::makeFretScores() {
+    FretTable table;
+    table.fill(FretEntry{kFreeFretKey, 0});
+    const auto put = [&table](std::span<const std::int8_t> frets, std::uint8_t baseFret,
+                              std::uint64_t score) {
+        const std::uint32_t key = fretKey(*packedFrets(frets), baseFret);
+        std::size_t slot = fretSlot(key);
+        while (table[slot].key != kFreeFretKey && table[slot].key != key) {
+            slot = (slot + 1) & (kFretTableSize - 1);
+        }
+        table[slot] = FretEntry{key, static_cast<std::uint32_t>(score)};
+    };
+    for (const StandardShapeRecord& record : kStandardShapeRecords) {
+        put(record.frets, 0, record.score);
+        if (record.movable) {
+            put(record.frets, kMovableBaseFret, record.score + kMovablePenalty);
+        }
+    }
+    return table;
+}
+
+TARVStandardChordShapes::TARVStandardChordShapes()
+    : _standardScores(makeStandardScores()), _fretScores(makeFretScores()) {}
 
 const TARVStandardChordShapes& TARVStandardChordShapes::sharedInstance() {
     static const TARVStandardChordShapes instance;
@@ -246,6 +301,25 @@ TARVStandardChordShapes::standardScoreForChordShape(const TARVChordShape& shape)
         return 0;
     }
     return found->second + shape.baseFret();
+}
+
+std::uint64_t TARVStandardChordShapes::standardScoreForFrets(std::span<const std::int8_t> frets,
+                                                             std::uint8_t baseFret) const noexcept {
+    const std::optional<std::uint32_t> packed = packedFrets(frets);
+    return packed ? standardScoreForPackedFrets(*packed, baseFret) : 0;
+}
+
+std::uint64_t
+TARVStandardChordShapes::standardScoreForPackedFrets(std::uint32_t packed,
+                                                     std::uint8_t baseFret) const noexcept {
+    const std::uint32_t key = fretKey(packed & kPackedMask, baseFret);
+    for (std::size_t slot = fretSlot(key); _fretScores[slot].key != kFreeFretKey;
+         slot = (slot + 1) & (kFretTableSize - 1)) {
+        if (_fretScores[slot].key == key) {
+            return _fretScores[slot].score + std::uint64_t{baseFret};
+        }
+    }
+    return 0;
 }
 
 } // namespace tarv

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -24,6 +25,74 @@ TARVChordShapePtr shapeWithFrets(std::string_view frets, std::uint8_t baseFret) 
 
 bool isStandard(const TARVChordShape& shape) {
     return TARVStandardChordShapes::sharedInstance().standardScoreForChordShape(shape) != 0;
+}
+
+/// Every fret list of `strings` strings with frets from -1 (muted) to `highestFret`, in turn.
+template <typename Visit>
+void forEveryFretList(std::size_t strings, std::int8_t highestFret, Visit&& visit) {
+    std::vector<std::int8_t> frets(strings, -1);
+    while (true) {
+        visit(std::span<const std::int8_t>(frets));
+        std::size_t string = 0;
+        while (string < strings && ++frets[string] > highestFret) {
+            frets[string] = -1;
+            ++string;
+        }
+        if (string == strings) {
+            return;
+        }
+    }
+}
+
+TARVChordShapePtr shapeWithFretList(std::span<const std::int8_t> frets, std::uint8_t baseFret) {
+    std::vector<TARVFretIndicator> indicators;
+    for (std::size_t string = 0; string < frets.size(); ++string) {
+        indicators.push_back(
+            TARVFretIndicator::indicatorAtFret(frets[string], static_cast<std::uint8_t>(string)));
+    }
+    return TARVChordShape::shapeFromIndicatorArray(indicators, baseFret);
+}
+
+TEST(TARVChordShapeScorer, FretListsScoreAsTheShapesBuiltFromThem) {
+    // Every list of up to six strings with frets up to 4 (all the standard rows among them), at the
+    // nut, at the movable rows' base fret and further up.
+    std::size_t standard = 0;
+    for (std::size_t strings = 1; strings <= 6; ++strings) {
+        for (const std::uint8_t baseFret : {0, 1, 2, 9}) {
+            forEveryFretList(strings, 4, [&](std::span<const std::int8_t> frets) {
+                const TARVChordShapePtr shape = shapeWithFretList(frets, baseFret);
+                for (const std::int64_t stringCount : {static_cast<std::int64_t>(strings), 7L}) {
+                    const std::uint64_t expected =
+                        TARVChordShapeScorer::scoreForShape(*shape, stringCount);
+                    ASSERT_EQ(TARVChordShapeScorer::scoreForFrets(frets, baseFret, stringCount),
+                              expected)
+                        << shape->description();
+                    ASSERT_EQ(
+                        TARVChordShapeScorer::formulaScoreForFrets(frets, baseFret, stringCount),
+                        TARVChordShapeScorer::formulaScoreForShape(*shape, stringCount))
+                        << shape->description();
+                }
+                standard += isStandard(*shape) ? 1 : 0;
+            });
+        }
+    }
+    // Each row is met at the nut and, when movable, at base fret 2, 1 and 9 as well.
+    EXPECT_GT(standard, 142U);
+}
+
+TEST(TARVChordShapeScorer, LongFretListsAndHighFretsScoreAsTheirShapes) {
+    const std::vector<std::vector<std::int8_t>> lists{
+        {0, 2, 2, 1, 0, 0, 0},    {-1, -1, 0, 0, 0, 0, 0, -1}, {3, 0, 0, 0, 2, 3},
+        {15, 0, 0, 0, 2, 3},      {0, 17, -1, 0, 16, 0},       {0, 0, 0, 0, 0, 0},
+        {-1, -1, -1, -1, -1, -1}, {0, 1, -1, 0, 0, 2, 0, 0},   {}};
+    for (const auto& frets : lists) {
+        for (const std::uint8_t baseFret : {0, 1, 2, 5, 20}) {
+            const TARVChordShapePtr shape = shapeWithFretList(frets, baseFret);
+            EXPECT_EQ(TARVChordShapeScorer::scoreForFrets(frets, baseFret, 6),
+                      TARVChordShapeScorer::scoreForShape(*shape, 6))
+                << shape->description();
+        }
+    }
 }
 
 TEST(TARVChordShapeScorer, StandardShapeAtTheNutScoresItsTableScore) {

@@ -164,6 +164,8 @@ private:
     ChoicePrefix extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
                               const StringChoice& choice) const noexcept;
     bool isValidPrefix(const ChoicePrefix& prefix, TARVFretRange range) const noexcept;
+    /// Whether strings `string` - 1 to 0 can still complete the characteristic notes.
+    bool canComplete(const ChoicePrefix& prefix, std::uint32_t string) const noexcept;
     /// False when the key was inserted before.
     bool insertValidKey(std::uint64_t key);
     static TARVChordShapePtr shapeForPendingShape(const PendingShape& pending);
@@ -216,9 +218,18 @@ private:
     /// (entry 12 + p) the muted choice first.
     std::array<std::array<StringChoice, kPatternChoices>, 24> _patterns{};
     std::array<std::uint8_t, 24> _patternCounts{};
+    /// Per pattern (the 24 above): the notes of its first k choices as bits at index k, and the
+    /// index of its first choice that sounds the bass note (kNoChoice: none).
+    std::array<std::array<std::uint16_t, kPatternChoices + 1>, 24> _patternNotes{};
+    std::array<std::uint8_t, 24> _bassChoice{};
+    static constexpr std::uint8_t kNoChoice = 0xFF;
     /// The choices of every string in the current range.
     std::array<const StringChoice*, kRawStrings> _choices{};
     std::array<std::uint8_t, kRawStrings> _choiceCounts{};
+    /// The bass choice of every string in the current range (kNoChoice: none).
+    std::array<std::uint8_t, kRawStrings> _bassChoices{};
+    /// The notes the choices of strings 0 to s - 1 sound, as bits, at index s.
+    std::array<std::uint16_t, kRawStrings + 1> _notesBelow{};
     std::array<std::uint8_t, kRawStrings> _chosen{};
     std::array<ChoicePrefix, kRawStrings> _prefixes{};
     /// Keys of the valid candidates met so far (open addressing, all ones = free).

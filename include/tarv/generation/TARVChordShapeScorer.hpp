@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 namespace tarv {
 
@@ -18,6 +19,16 @@ public:
     /// The badness by the formula alone, without looking the shape up in the standard table: the
     /// score of every shape that is not a standard one.
     static std::uint64_t formulaScoreForShape(const TARVChordShape& shape,
+                                              std::int64_t stringCount) noexcept;
+
+    /// `scoreForShape` of the shape `TARVChordShape::shapeFromIndicatorArray` builds at `baseFret`
+    /// from one mark per string, string i at `frets[i]` (relative to the base fret, negative:
+    /// muted), worked out from the frets without building the shape. Allocates nothing.
+    static std::uint64_t scoreForFrets(std::span<const std::int8_t> frets, std::uint8_t baseFret,
+                                       std::int64_t stringCount) noexcept;
+    /// `formulaScoreForShape` of that shape.
+    static std::uint64_t formulaScoreForFrets(std::span<const std::int8_t> frets,
+                                              std::uint8_t baseFret,
                                               std::int64_t stringCount) noexcept;
 };
 
