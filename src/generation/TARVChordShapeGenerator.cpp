@@ -546,6 +546,11 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
             const ChoicePrefix& above = _prefixes[1];
             const StringChoice* last = _choices[0];
             for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
+                // Most candidates lack a characteristic note; that is known before the rest.
+                if (((above.noteBits | last[index].noteBit) & _characteristicMask) !=
+                    _characteristicMask) {
+                    continue;
+                }
                 const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
                 if (isValidPrefix(candidate, range)) {
                     _chosen[0] = index;
