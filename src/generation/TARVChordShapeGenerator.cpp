@@ -23,6 +23,8 @@ constexpr std::size_t kMaximumFingers = 4;
 constexpr std::uint32_t kMaximumRawStrings = 14;
 constexpr std::uint64_t kFreeKey = ~std::uint64_t{0};
 constexpr std::uint8_t kMutedKeyFret = 0xF;
+// The frets a range spans above its first; the patterns hold the choices of a full range.
+constexpr std::uint64_t kRangeSpan = 4;
 // Room for the valid candidates of most chords on six strings before the key table grows.
 constexpr std::size_t kInitialValidKeys = 256;
 // Up to this fret count the fret lists are plain octaves below the fret count; above it the
@@ -175,15 +177,13 @@ void TARVChordShapeGenerator::buildFretLists() const {
 }
 
 TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {
-    std::array<TARVFretIndicator, kMaximumRawStrings> indicators;
+    std::array<std::int8_t, kMaximumRawStrings> frets;
     for (std::uint8_t string = 0; string < pending.stringCount; ++string) {
         const auto fret = static_cast<std::uint8_t>((pending.key >> (8 + 4 * string)) & 0xF);
-        indicators[string] = TARVFretIndicator(
-            fret == kMutedKeyFret ? std::int8_t{-1} : static_cast<std::int8_t>(fret), string);
+        frets[string] = fret == kMutedKeyFret ? std::int8_t{-1} : static_cast<std::int8_t>(fret);
     }
-    // Marks in string order, which the shape keeps without moving any.
-    TARVChordShapePtr shape = TARVChordShape::shapeFromIndicatorArray(
-        std::span<const TARVFretIndicator>(indicators.data(), pending.stringCount),
+    TARVChordShapePtr shape = TARVChordShape::shapeFromFretList(
+        std::span<const std::int8_t>(frets.data(), pending.stringCount),
         static_cast<std::uint8_t>(pending.key & 0xFF));
     shape->setBadness(pending.badness);
     return shape;
@@ -247,7 +247,7 @@ void TARVChordShapeGenerator::prepareEnumeration() {
         auto& muted = _patterns[12 + pitchClass];
         std::uint8_t count = 0;
         muted[0] = StringChoice{-1, 0};
-        for (std::int8_t fret = 0; fret <= 4; ++fret) {
+        for (std::int8_t fret = 0; fret <= static_cast<std::int8_t>(kRangeSpan); ++fret) {
             const std::uint16_t bit = noteBit(pitchClass + static_cast<unsigned>(fret));
             if ((chordBits & bit) != 0) {
                 plain[count] = StringChoice{fret, bit};
@@ -426,13 +426,17 @@ void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) 
     const std::uint64_t highest =
         std::min<std::uint64_t>(range.location + range.length, _tuning->fretCount() - 1u);
     const std::uint64_t span = highest - range.location;
+    std::uint32_t bassStrings = 0;
     for (std::uint32_t string = 0; string < stringCount; ++string) {
         // The same choices as _fretsForString: the muted marker first when it is offered, then
         // the frets of the range in ascending order.
         unsigned pattern = (_openPitchClass[string] + range.location) % 12;
         std::uint8_t count = _patternCounts[pattern];
-        while (count > 0 && static_cast<std::uint64_t>(_patterns[pattern][count - 1].fret) > span) {
-            --count;
+        if (span < kRangeSpan) {
+            while (count > 0 &&
+                   static_cast<std::uint64_t>(_patterns[pattern][count - 1].fret) > span) {
+                --count;
+            }
         }
         if (string == 0 || count == 0 || range.location == 0 || twoNotes) {
             pattern += 12;
@@ -441,10 +445,14 @@ void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) 
         _choices[string] = _patterns[pattern].data();
         _choiceCounts[string] = count;
         _bassChoices[string] = _bassChoice[pattern] < count ? _bassChoice[pattern] : kNoChoice;
+        bassStrings |= (_bassChoices[string] != kNoChoice ? 1u : 0u) << string;
         _notesBelow[string + 1] =
             static_cast<std::uint16_t>(_notesBelow[string] | _patternNotes[pattern][count]);
     }
-    for (std::uint32_t string = stringCount - 1; string >= 1; --string) {
+    // Bass strings from the highest generator string down; string 0 is never one.
+    for (bassStrings &= ~1u; bassStrings != 0;) {
+        const auto string = static_cast<std::uint32_t>(std::bit_width(bassStrings) - 1);
+        bassStrings &= ~(1u << string);
         addRawCandidatesForBassString(range, string);
     }
 }
@@ -510,9 +518,6 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
                                                             std::uint32_t bassString) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
     const std::uint8_t bassChoice = _bassChoices[bassString];
-    if (bassChoice == kNoChoice) {
-        return;
-    }
     const StringChoice* bass = &_choices[bassString][bassChoice];
 
     ChoicePrefix base{};

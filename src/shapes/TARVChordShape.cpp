@@ -19,6 +19,8 @@ bool isOpenOrMuted(const TARVFretIndicator& indicator) noexcept {
            indicator.isKindOfClass(TARVIndicatorClass::Muted);
 }
 
+constexpr std::size_t kMaximumStrings = 256;
+
 bool indicatorOrder(const TARVFretIndicator& a, const TARVFretIndicator& b) noexcept {
     return a.compare(b) < 0;
 }
@@ -31,6 +33,37 @@ TARVChordShape::shapeFromIndicatorArray(std::span<const TARVFretIndicator> indic
     auto shape = std::make_shared<TARVChordShape>();
     shape->_indicators.reserve(indicators.size() + 1);
     shape->_rebuildFromIndicatorArray(indicators, fret);
+    return shape;
+}
+
+TARVChordShapePtr TARVChordShape::shapeFromFretList(std::span<const std::int8_t> frets,
+                                                    std::uint8_t fret) {
+    if (frets.size() > kMaximumStrings) {
+        // String numbers wrap past 255, and the list is then sorted as built from indicators.
+        std::vector<TARVFretIndicator> indicators;
+        indicators.reserve(frets.size());
+        for (std::size_t string = 0; string < frets.size(); ++string) {
+            indicators.push_back(TARVFretIndicator::indicatorAtFret(
+                frets[string], static_cast<std::uint8_t>(string)));
+        }
+        return shapeFromIndicatorArray(indicators, fret);
+    }
+    auto shape = std::make_shared<TARVChordShape>();
+    shape->_indicators.reserve(frets.size() + 1);
+    shape->_baseFret = fret;
+    for (std::size_t index = 0; index < frets.size(); ++index) {
+        const std::int8_t markFret = frets[index];
+        const auto string = static_cast<std::uint8_t>(index);
+        if (markFret < 0) {
+            shape->_indicators.push_back(TARVMutedFretIndicator::indicatorOnString(string));
+            continue;
+        }
+        shape->_baseString = string;
+        shape->_indicators.push_back(markFret == 0 && fret == 0
+                                         ? TARVOpenFretIndicator::indicatorOnString(string)
+                                         : TARVFretIndicator::indicatorAtFret(markFret, string));
+    }
+    shape->addBarresAsNecessary();
     return shape;
 }
 

@@ -361,3 +361,61 @@ TEST(TARVChordShape, DescriptionOfEmptyShape) {
 TEST(TARVChordShape, SupportsSecureCoding) {
     EXPECT_TRUE(TARVChordShape::supportsSecureCoding());
 }
+
+namespace {
+
+void expectSameShape(const TARVChordShape& actual, const TARVChordShape& expected) {
+    ASSERT_EQ(actual.indicators().size(), expected.indicators().size()) << expected.description();
+    for (std::size_t i = 0; i < expected.indicators().size(); ++i) {
+        EXPECT_TRUE(actual.indicators()[i].isIdenticalTo(expected.indicators()[i]))
+            << expected.description();
+    }
+    EXPECT_EQ(actual.baseFret(), expected.baseFret());
+    EXPECT_EQ(actual.baseString(), expected.baseString());
+    EXPECT_EQ(actual.reach(), expected.reach());
+    EXPECT_EQ(actual.hash(), expected.hash());
+    EXPECT_EQ(actual.badness(), expected.badness());
+}
+
+TARVChordShapePtr shapeFromIndicatorsOf(std::span<const std::int8_t> frets, std::uint8_t fret) {
+    std::vector<TARVFretIndicator> indicators;
+    for (std::size_t string = 0; string < frets.size(); ++string) {
+        indicators.push_back(
+            TARVFretIndicator::indicatorAtFret(frets[string], static_cast<std::uint8_t>(string)));
+    }
+    return TARVChordShape::shapeFromIndicatorArray(indicators, fret);
+}
+
+} // namespace
+
+TEST(TARVChordShape, FretListBuildsWhatTheIndicatorArrayBuilds) {
+    // Every list of up to six strings with frets from muted to 3, at the nut and up the neck.
+    for (std::size_t strings = 0; strings <= 6; ++strings) {
+        std::vector<std::int8_t> frets(strings, -1);
+        while (true) {
+            for (const std::uint8_t fret : {0, 1, 7}) {
+                expectSameShape(*TARVChordShape::shapeFromFretList(frets, fret),
+                                *shapeFromIndicatorsOf(frets, fret));
+            }
+            std::size_t string = 0;
+            while (string < strings && ++frets[string] > 3) {
+                frets[string] = -1;
+                ++string;
+            }
+            if (string == strings) {
+                break;
+            }
+        }
+    }
+}
+
+TEST(TARVChordShape, LongFretListBuildsWhatTheIndicatorArrayBuilds) {
+    // Past 256 strings the string numbers wrap, and the marks are sorted as the array sorts them.
+    std::vector<std::int8_t> frets(300, 2);
+    frets[3] = -1;
+    frets[260] = 0;
+    frets[0] = 0;
+    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 5), *shapeFromIndicatorsOf(frets, 5));
+    frets.resize(256);
+    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 0), *shapeFromIndicatorsOf(frets, 0));
+}

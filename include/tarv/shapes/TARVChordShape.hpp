@@ -35,6 +35,11 @@ public:
     /// string are taken), its base string set to the highest sounding string, and its barre formed.
     static TARVChordShapePtr shapeFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
                                                      std::uint8_t fret);
+    /// What `shapeFromIndicatorArray` builds at `fret` from one indicator per string in string
+    /// order, string i at `frets[i]` (relative to the base fret, negative: muted), without
+    /// sorting them.
+    static TARVChordShapePtr shapeFromFretList(std::span<const std::int8_t> frets,
+                                               std::uint8_t fret);
     /// Makes this shape what `shapeFromIndicatorArray` would build, reusing its storage: every
     /// field is reset, badness and both caches included.
     void _rebuildFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
