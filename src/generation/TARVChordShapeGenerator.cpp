@@ -61,6 +61,7 @@ TARVChordShapeGenerator::TARVChordShapeGenerator(SChordPtr chord,
         _characteristicMask = TARVNoteValueMask(_chord->characteristicNotes());
     }
     if (_tuning) {
+        _openValues.reserve(_tuning->stringPitches().size());
         for (const SPitch& pitch : _tuning->stringPitches()) {
             _openValues.push_back(pitch.note().noteValue());
         }
@@ -98,28 +99,38 @@ std::vector<TARVChordShapePtr> TARVChordShapeGenerator::_buildShapes() {
     }
 
     // A stable sort by badness, of which only the first shapes are kept: the best kMaximumShapes
-    // by (badness, position in the working set), held in order as the set is read.
-    std::array<std::pair<std::uint64_t, std::uint32_t>, kMaximumShapes> best;
+    // by (badness, position in the working set), held in order as the set is read. A later
+    // shape never goes before an earlier one of equal badness.
+    std::array<std::uint64_t, kMaximumShapes> bestBadness;
+    std::array<std::uint32_t, kMaximumShapes> bestIndex;
     std::size_t kept = 0;
     for (std::size_t index = 0; index < _shapeSet.size(); ++index) {
-        const std::pair<std::uint64_t, std::uint32_t> entry{
-            _shapeSet[index] ? _shapeSet[index]->badness() : _pendingShapes[index].badness,
-            static_cast<std::uint32_t>(index)};
-        if (kept == kMaximumShapes && !(entry < best[kept - 1])) {
+        const std::uint64_t badness =
+            _shapeSet[index] ? _shapeSet[index]->badness() : _pendingShapes[index].badness;
+        if (kept == kMaximumShapes && badness >= bestBadness[kept - 1]) {
             continue;
         }
         std::size_t position = kept < kMaximumShapes ? kept++ : kept - 1;
-        for (; position > 0 && entry < best[position - 1]; --position) {
-            best[position] = best[position - 1];
+        for (; position > 0 && badness < bestBadness[position - 1]; --position) {
+            bestBadness[position] = bestBadness[position - 1];
+            bestIndex[position] = bestIndex[position - 1];
         }
-        best[position] = entry;
+        bestBadness[position] = badness;
+        bestIndex[position] = static_cast<std::uint32_t>(index);
     }
+    // The shapes built for the answer share one allocation.
+    std::shared_ptr<std::array<TARVChordShape, kMaximumShapes>> built;
     std::vector<TARVChordShapePtr> sorted;
     sorted.reserve(kept);
     for (std::size_t index = 0; index < kept; ++index) {
-        TARVChordShapePtr& shape = _shapeSet[best[index].second];
+        TARVChordShapePtr& shape = _shapeSet[bestIndex[index]];
         if (!shape) {
-            shape = shapeForPendingShape(_pendingShapes[best[index].second]);
+            if (!built) {
+                built = std::make_shared<std::array<TARVChordShape, kMaximumShapes>>();
+            }
+            TARVChordShape& into = (*built)[index];
+            buildPendingShape(_pendingShapes[bestIndex[index]], into);
+            shape = TARVChordShapePtr(built, &into);
         }
         sorted.push_back(shape);
     }
@@ -176,16 +187,20 @@ void TARVChordShapeGenerator::buildFretLists() const {
     _fretListsPending = false;
 }
 
-TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {
+void TARVChordShapeGenerator::buildPendingShape(const PendingShape& pending, TARVChordShape& into) {
     std::array<std::int8_t, kMaximumRawStrings> frets;
     for (std::uint8_t string = 0; string < pending.stringCount; ++string) {
         const auto fret = static_cast<std::uint8_t>((pending.key >> (8 + 4 * string)) & 0xF);
         frets[string] = fret == kMutedKeyFret ? std::int8_t{-1} : static_cast<std::int8_t>(fret);
     }
-    TARVChordShapePtr shape = TARVChordShape::shapeFromFretList(
-        std::span<const std::int8_t>(frets.data(), pending.stringCount),
-        static_cast<std::uint8_t>(pending.key & 0xFF));
-    shape->setBadness(pending.badness);
+    into._rebuildFromFretList(std::span<const std::int8_t>(frets.data(), pending.stringCount),
+                              static_cast<std::uint8_t>(pending.key & 0xFF));
+    into.setBadness(pending.badness);
+}
+
+TARVChordShapePtr TARVChordShapeGenerator::shapeForPendingShape(const PendingShape& pending) {
+    auto shape = std::make_shared<TARVChordShape>();
+    buildPendingShape(pending, *shape);
     return shape;
 }
 
@@ -234,6 +249,16 @@ void TARVChordShapeGenerator::prepareEnumeration() {
         _tuningString[string] = static_cast<std::uint8_t>(tuningString);
         _openPitchClass[string] = _openValues[_tuningString[string]];
     }
+    _identityStringOrder = true;
+    for (std::uint32_t string = 0; string < stringCount; ++string) {
+        _identityStringOrder = _identityStringOrder && _tuningString[string] == string;
+    }
+    // In the key's place: the muted frets of the strings above each string.
+    _mutedAbove[stringCount - 1] = 0;
+    for (std::uint32_t string = stringCount - 1; string > 0; --string) {
+        _mutedAbove[string - 1] = _mutedAbove[string] | std::uint64_t{kMutedKeyFret}
+                                                            << (8 + 4 * string);
+    }
     _lowestMutedAbove[stringCount - 1] = static_cast<std::uint8_t>(stringCount);
     for (std::uint32_t string = stringCount - 1; string > 0; --string) {
         _lowestMutedAbove[string - 1] = std::min(_lowestMutedAbove[string], _tuningString[string]);
@@ -272,6 +297,9 @@ void TARVChordShapeGenerator::prepareEnumeration() {
                 _bassChoice[pattern] = static_cast<std::uint8_t>(index);
             }
         }
+    }
+    for (RangeChoices& shared : _fullRanges) {
+        shared.ready = false;
     }
     _validKeys.assign(kInitialValidKeys, kFreeKey);
     _pendingShapes.reserve(kInitialValidKeys / 2);
@@ -419,18 +447,16 @@ void TARVChordShapeGenerator::enumerateShapes(TARVFretRange range, const SNote& 
     }
 }
 
-void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) {
-    const std::uint32_t stringCount = _rawStringCount;
+void TARVChordShapeGenerator::fillRangeChoices(TARVFretRange range, std::uint64_t span,
+                                               RangeChoices& out) const {
     const bool twoNotes = _chord->notes().size() == 2;
-    // The frets of the lists lie below the fret count.
-    const std::uint64_t highest =
-        std::min<std::uint64_t>(range.location + range.length, _tuning->fretCount() - 1u);
-    const std::uint64_t span = highest - range.location;
-    std::uint32_t bassStrings = 0;
-    for (std::uint32_t string = 0; string < stringCount; ++string) {
+    out.bassStrings = 0;
+    const auto start = static_cast<unsigned>(range.location % 12);
+    for (std::uint32_t string = 0; string < _rawStringCount; ++string) {
         // The same choices as _fretsForString: the muted marker first when it is offered, then
         // the frets of the range in ascending order.
-        unsigned pattern = (_openPitchClass[string] + range.location) % 12;
+        unsigned pattern = _openPitchClass[string] + start;
+        pattern = pattern >= 12 ? pattern - 12 : pattern;
         std::uint8_t count = _patternCounts[pattern];
         if (span < kRangeSpan) {
             while (count > 0 &&
@@ -442,38 +468,65 @@ void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) 
             pattern += 12;
             ++count;
         }
-        _choices[string] = _patterns[pattern].data();
-        _choiceCounts[string] = count;
-        _bassChoices[string] = _bassChoice[pattern] < count ? _bassChoice[pattern] : kNoChoice;
-        bassStrings |= (_bassChoices[string] != kNoChoice ? 1u : 0u) << string;
-        _notesBelow[string + 1] =
-            static_cast<std::uint16_t>(_notesBelow[string] | _patternNotes[pattern][count]);
-    }
-    // Bass strings from the highest generator string down; string 0 is never one.
-    for (bassStrings &= ~1u; bassStrings != 0;) {
-        const auto string = static_cast<std::uint32_t>(std::bit_width(bassStrings) - 1);
-        bassStrings &= ~(1u << string);
-        addRawCandidatesForBassString(range, string);
+        out.choices[string] = _patterns[pattern].data();
+        out.counts[string] = count;
+        out.bassChoices[string] = _bassChoice[pattern] < count ? _bassChoice[pattern] : kNoChoice;
+        out.bassStrings |= (out.bassChoices[string] != kNoChoice ? 1u : 0u) << string;
+        out.notesBelow[string + 1] =
+            static_cast<std::uint16_t>(out.notesBelow[string] | _patternNotes[pattern][count]);
     }
 }
 
+void TARVChordShapeGenerator::addRawCandidatesForFretRange(TARVFretRange range) {
+    // The frets of the lists lie below the fret count.
+    const std::uint64_t highest =
+        std::min<std::uint64_t>(range.location + range.length, _tuning->fretCount() - 1u);
+    const std::uint64_t span = highest - range.location;
+    // Full ranges away from the nut that start on the same pitch class offer the same choices.
+    if (range.location > 0 && span == kRangeSpan) {
+        RangeChoices& shared = _fullRanges[range.location % 12];
+        if (!shared.ready) {
+            fillRangeChoices(range, span, shared);
+            shared.ready = true;
+        }
+        _range = shared;
+    } else {
+        fillRangeChoices(range, span, _range);
+    }
+    // Bass strings from the highest generator string down; string 0 is never one.
+    for (std::uint32_t bassStrings = _range.bassStrings & ~1u; bassStrings != 0;) {
+        const auto string = static_cast<std::uint32_t>(std::bit_width(bassStrings) - 1);
+        bassStrings &= ~(1u << string);
+        if (_identityStringOrder) {
+            addRawCandidatesForBassString<true>(range, string);
+        } else {
+            addRawCandidatesForBassString<false>(range, string);
+        }
+    }
+}
+
+template <bool BelowBassInOrder>
 [[gnu::always_inline]] inline TARVChordShapeGenerator::ChoicePrefix
 TARVChordShapeGenerator::extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
                                       const StringChoice& choice) const noexcept {
+    // Below the bass string of a tuning in string order every string is a lower tuning string
+    // than those chosen before it, never the highest nor the last one.
     ChoicePrefix next = prefix;
-    const std::uint8_t tuningString = _tuningString[string];
+    const std::uint8_t tuningString =
+        BelowBassInOrder ? static_cast<std::uint8_t>(string) : _tuningString[string];
     if (choice.fret < 0) {
-        next.lowestMuted = std::min(next.lowestMuted, tuningString);
+        next.lowestMuted =
+            BelowBassInOrder ? tuningString : std::min(next.lowestMuted, tuningString);
         return next;
     }
     const auto fret = static_cast<std::uint8_t>(choice.fret);
     next.noteBits = static_cast<std::uint16_t>(next.noteBits | choice.noteBit);
     next.lowestFret = std::min(next.lowestFret, fret);
-    if (tuningString >= next.highestString) {
+    if (!BelowBassInOrder && tuningString >= next.highestString) {
         next.highestString = static_cast<std::uint8_t>(tuningString + 1);
         next.highestNoteBit = choice.noteBit;
     }
-    if (tuningString + 1u != _rawStringCount) {
+    if (BelowBassInOrder || tuningString + 1u != _rawStringCount) {
         ++next.fingered;
         ++next.fingeredAt[fret];
     }
@@ -488,16 +541,18 @@ TARVChordShapeGenerator::canComplete(const ChoicePrefix& prefix,
     // Strings string - 1 to 0 are still to be chosen: each adds at most one note, and only one
     // that some choice of theirs sounds.
     const auto missing = static_cast<std::uint16_t>(_characteristicMask & ~prefix.noteBits);
-    return (missing & ~_notesBelow[string]) == 0;
+    return (missing & ~_range.notesBelow[string]) == 0;
 }
 
+template <bool InOrder>
 [[gnu::always_inline]] inline bool
 TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
                                        TARVFretRange range) const noexcept {
     // The rules of isValidChordShape, read off the candidate: every characteristic note sounds,
-    // the highest sounding tuning string plays the bass, and at most four fingers are needed.
+    // the highest sounding tuning string plays the bass, and at most four fingers are needed. In
+    // string order the bass string is the highest tuning string that sounds.
     if ((prefix.noteBits & _characteristicMask) != _characteristicMask ||
-        prefix.highestNoteBit != noteBit(_bassValue)) {
+        (!InOrder && prefix.highestNoteBit != noteBit(_bassValue))) {
         return false;
     }
     const std::uint8_t lowest = prefix.lowestFret;
@@ -514,16 +569,17 @@ TARVChordShapeGenerator::isValidPrefix(const ChoicePrefix& prefix,
     return fingers <= kMaximumFingers;
 }
 
+template <bool InOrder>
 void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
                                                             std::uint32_t bassString) {
     // The bass fret: the lowest fret of the range at which the bass string sounds the bass note.
-    const std::uint8_t bassChoice = _bassChoices[bassString];
-    const StringChoice* bass = &_choices[bassString][bassChoice];
+    const std::uint8_t bassChoice = _range.bassChoices[bassString];
+    const StringChoice* bass = &_range.choices[bassString][bassChoice];
 
     ChoicePrefix base{};
     base.lowestFret = 0xFF;
     base.lowestMuted = _lowestMutedAbove[bassString];
-    _prefixes[bassString] = extendPrefix(base, bassString, *bass);
+    _prefixes[bassString] = extendPrefix<false>(base, bassString, *bass);
     _chosen[bassString] = bassChoice;
     if (!canComplete(_prefixes[bassString], bassString)) {
         _chosen[bassString] = 0;
@@ -539,8 +595,8 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
     while (true) {
         bool complete = true;
         for (; string > 1; --string) {
-            _prefixes[string - 1] = extendPrefix(_prefixes[string], string - 1,
-                                                 _choices[string - 1][_chosen[string - 1]]);
+            _prefixes[string - 1] = extendPrefix<InOrder>(
+                _prefixes[string], string - 1, _range.choices[string - 1][_chosen[string - 1]]);
             if (!canComplete(_prefixes[string - 1], string - 1)) {
                 complete = false;
                 --string;
@@ -549,15 +605,15 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
         }
         if (complete) {
             const ChoicePrefix& above = _prefixes[1];
-            const StringChoice* last = _choices[0];
-            for (std::uint8_t index = 0; index < _choiceCounts[0]; ++index) {
+            const StringChoice* last = _range.choices[0];
+            for (std::uint8_t index = 0; index < _range.counts[0]; ++index) {
                 // Most candidates lack a characteristic note; that is known before the rest.
                 if (((above.noteBits | last[index].noteBit) & _characteristicMask) !=
                     _characteristicMask) {
                     continue;
                 }
-                const ChoicePrefix candidate = extendPrefix(above, 0, last[index]);
-                if (isValidPrefix(candidate, range)) {
+                const ChoicePrefix candidate = extendPrefix<InOrder>(above, 0, last[index]);
+                if (isValidPrefix<InOrder>(candidate, range)) {
                     _chosen[0] = index;
                     addRawCandidate(range, bassString, candidate);
                 }
@@ -567,15 +623,15 @@ void TARVChordShapeGenerator::addRawCandidatesForBassString(TARVFretRange range,
         // Advance the odometer of strings 1 to bass - 1 from `string` up; the strings below it
         // are at their first choice.
         while (true) {
-            while (string < bassString && ++_chosen[string] >= _choiceCounts[string]) {
+            while (string < bassString && ++_chosen[string] >= _range.counts[string]) {
                 _chosen[string] = 0;
                 ++string;
             }
             if (string >= bassString) {
                 break;
             }
-            _prefixes[string] =
-                extendPrefix(_prefixes[string + 1], string, _choices[string][_chosen[string]]);
+            _prefixes[string] = extendPrefix<InOrder>(_prefixes[string + 1], string,
+                                                      _range.choices[string][_chosen[string]]);
             if (canComplete(_prefixes[string], string)) {
                 break;
             }
@@ -597,16 +653,31 @@ void TARVChordShapeGenerator::addRawCandidate(TARVFretRange range, std::uint32_t
     // to it (or its being muted); different such candidates give shapes that are not equal.
     std::uint64_t key = baseFret;
     std::array<std::int8_t, kMaximumRawStrings> normalized;
-    normalized.fill(-1);
-    for (std::uint32_t string = 0; string <= bassString; ++string) {
-        const std::int8_t fret = _choices[string][_chosen[string]].fret;
-        if (fret >= 0) {
-            normalized[_tuningString[string]] = static_cast<std::int8_t>(fret - offset);
+    if (_identityStringOrder) {
+        // Generator strings are tuning strings: the strings above the bass string are muted.
+        for (std::uint32_t string = 0; string <= bassString; ++string) {
+            const std::int8_t fret = _range.choices[string][_chosen[string]].fret;
+            normalized[string] =
+                fret < 0 ? std::int8_t{-1} : static_cast<std::int8_t>(fret - offset);
+            key |= static_cast<std::uint64_t>(fret < 0 ? kMutedKeyFret : normalized[string])
+                   << (8 + 4 * string);
         }
-    }
-    for (std::uint32_t string = 0; string < stringCount; ++string) {
-        const std::int8_t fret = normalized[string];
-        key |= static_cast<std::uint64_t>(fret < 0 ? kMutedKeyFret : fret) << (8 + 4 * string);
+        for (std::uint32_t string = bassString + 1; string < stringCount; ++string) {
+            normalized[string] = -1;
+        }
+        key |= _mutedAbove[bassString];
+    } else {
+        normalized.fill(-1);
+        for (std::uint32_t string = 0; string <= bassString; ++string) {
+            const std::int8_t fret = _range.choices[string][_chosen[string]].fret;
+            if (fret >= 0) {
+                normalized[_tuningString[string]] = static_cast<std::int8_t>(fret - offset);
+            }
+        }
+        for (std::uint32_t string = 0; string < stringCount; ++string) {
+            const std::int8_t fret = normalized[string];
+            key |= static_cast<std::uint64_t>(fret < 0 ? kMutedKeyFret : fret) << (8 + 4 * string);
+        }
     }
     if (!insertValidKey(key)) {
         return;

@@ -100,35 +100,35 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForFrets(std::span<const std::in
     // two or more strings at the base fret become one barre from string 0 when no string below
     // the highest of them is muted. The barre then leads the list.
     const std::size_t count = frets.size();
-    std::uint8_t baseString = 0;
-    std::uint8_t highest = 0;
-    std::uint8_t lowest = 255;
-    std::size_t sounding = 0;
+    int highest = 0;
+    int lowest = 255;
+    std::size_t muted = 0;
     std::size_t atZero = 0;
     std::size_t highestAtZero = 0;
     std::size_t lowestMuted = count;
     std::size_t firstSounding = count;
     std::size_t lastSounding = 0;
     for (std::size_t string = 0; string < count; ++string) {
-        const std::int8_t fret = frets[string];
+        const int fret = frets[string];
         if (fret < 0) {
-            lowestMuted = std::min(lowestMuted, string);
+            ++muted;
+            lowestMuted = lowestMuted == count ? string : lowestMuted;
             continue;
         }
-        baseString = static_cast<std::uint8_t>(string);
-        firstSounding = std::min(firstSounding, string);
+        firstSounding = firstSounding == count ? string : firstSounding;
         lastSounding = string;
-        ++sounding;
         if (fret == 0) {
             ++atZero;
             highestAtZero = string;
+            if (baseFret == 0) {
+                continue;
+            }
         }
-        if (fret == 0 && baseFret == 0) {
-            continue;
-        }
-        highest = std::max(highest, static_cast<std::uint8_t>(fret));
-        lowest = std::min(lowest, static_cast<std::uint8_t>(fret));
+        highest = std::max(highest, fret);
+        lowest = std::min(lowest, fret);
     }
+    const std::size_t sounding = count - muted;
+    const auto baseString = static_cast<std::uint64_t>(lastSounding);
     const auto reach = static_cast<std::uint8_t>(highest + 1 - lowest);
     const auto fromBaseFret = static_cast<std::uint64_t>(baseFret);
     std::uint64_t badness =
@@ -136,12 +136,11 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForFrets(std::span<const std::in
         kUnusedBassStringCost * (static_cast<std::uint64_t>(stringCount) - 1 - baseString) +
         kStartingCost;
 
-    const std::size_t muted = count - sounding;
     badness += kMutedCost * muted;
-    for (std::size_t string = firstSounding + 1; string < lastSounding; ++string) {
-        if (frets[string] < 0) {
-            badness += kInnerMutedCost;
-        }
+    if (sounding != 0) {
+        // Muted strings between the first and the last sounding one: all but those below the
+        // first and above the last.
+        badness += kInnerMutedCost * (muted - firstSounding - (count - 1 - lastSounding));
     }
     const bool barre = baseFret != 0 && atZero >= 2 && lowestMuted > highestAtZero;
     if (baseFret == 0) {

@@ -38,6 +38,12 @@ TARVChordShape::shapeFromIndicatorArray(std::span<const TARVFretIndicator> indic
 
 TARVChordShapePtr TARVChordShape::shapeFromFretList(std::span<const std::int8_t> frets,
                                                     std::uint8_t fret) {
+    auto shape = std::make_shared<TARVChordShape>();
+    shape->_rebuildFromFretList(frets, fret);
+    return shape;
+}
+
+void TARVChordShape::_rebuildFromFretList(std::span<const std::int8_t> frets, std::uint8_t fret) {
     if (frets.size() > kMaximumStrings) {
         // String numbers wrap past 255, and the list is then sorted as built from indicators.
         std::vector<TARVFretIndicator> indicators;
@@ -46,25 +52,28 @@ TARVChordShapePtr TARVChordShape::shapeFromFretList(std::span<const std::int8_t>
             indicators.push_back(TARVFretIndicator::indicatorAtFret(
                 frets[string], static_cast<std::uint8_t>(string)));
         }
-        return shapeFromIndicatorArray(indicators, fret);
+        _rebuildFromIndicatorArray(indicators, fret);
+        return;
     }
-    auto shape = std::make_shared<TARVChordShape>();
-    shape->_indicators.reserve(frets.size() + 1);
-    shape->_baseFret = fret;
+    _indicators.clear();
+    _indicators.reserve(frets.size() + 1);
+    _reach = 0;
+    _badness = 0;
+    _baseFret = fret;
+    _baseString = 0;
     for (std::size_t index = 0; index < frets.size(); ++index) {
         const std::int8_t markFret = frets[index];
         const auto string = static_cast<std::uint8_t>(index);
         if (markFret < 0) {
-            shape->_indicators.push_back(TARVMutedFretIndicator::indicatorOnString(string));
+            _indicators.push_back(TARVMutedFretIndicator::indicatorOnString(string));
             continue;
         }
-        shape->_baseString = string;
-        shape->_indicators.push_back(markFret == 0 && fret == 0
-                                         ? TARVOpenFretIndicator::indicatorOnString(string)
-                                         : TARVFretIndicator::indicatorAtFret(markFret, string));
+        _baseString = string;
+        _indicators.push_back(markFret == 0 && fret == 0
+                                  ? TARVOpenFretIndicator::indicatorOnString(string)
+                                  : TARVFretIndicator::indicatorAtFret(markFret, string));
     }
-    shape->addBarresAsNecessary();
-    return shape;
+    addBarresAsNecessary();
 }
 
 void TARVChordShape::_rebuildFromIndicatorArray(std::span<const TARVFretIndicator> indicators,

@@ -159,16 +159,20 @@ private:
     /// that stay clear of 8-bit wrapping.
     void prepareEnumeration();
     void addRawCandidatesForFretRange(TARVFretRange range);
+    template <bool InOrder>
     void addRawCandidatesForBassString(TARVFretRange range, std::uint32_t bassString);
     void addRawCandidate(TARVFretRange range, std::uint32_t bassString, const ChoicePrefix& prefix);
+    template <bool BelowBassInOrder>
     ChoicePrefix extendPrefix(const ChoicePrefix& prefix, std::uint32_t string,
                               const StringChoice& choice) const noexcept;
+    template <bool InOrder>
     bool isValidPrefix(const ChoicePrefix& prefix, TARVFretRange range) const noexcept;
     /// Whether strings `string` - 1 to 0 can still complete the characteristic notes.
     bool canComplete(const ChoicePrefix& prefix, std::uint32_t string) const noexcept;
     /// False when the key was inserted before.
     bool insertValidKey(std::uint64_t key);
     static TARVChordShapePtr shapeForPendingShape(const PendingShape& pending);
+    static void buildPendingShape(const PendingShape& pending, TARVChordShape& into);
     void buildFretLists() const;
     void buildPendingShapes() const;
 
@@ -214,6 +218,10 @@ private:
     std::array<std::uint8_t, kRawStrings> _openPitchClass{};
     /// The lowest tuning string muted above each generator string in generator order.
     std::array<std::uint8_t, kRawStrings> _lowestMutedAbove{};
+    /// Whether every generator string is the tuning string of the same number, and then the
+    /// muted strings above each string as they stand in a candidate's key.
+    bool _identityStringOrder = false;
+    std::array<std::uint64_t, kRawStrings> _mutedAbove{};
     /// For a string whose range starts at pitch class p: its choices without (entry p) and with
     /// (entry 12 + p) the muted choice first.
     std::array<std::array<StringChoice, kPatternChoices>, 24> _patterns{};
@@ -223,13 +231,22 @@ private:
     std::array<std::array<std::uint16_t, kPatternChoices + 1>, 24> _patternNotes{};
     std::array<std::uint8_t, 24> _bassChoice{};
     static constexpr std::uint8_t kNoChoice = 0xFF;
-    /// The choices of every string in the current range.
-    std::array<const StringChoice*, kRawStrings> _choices{};
-    std::array<std::uint8_t, kRawStrings> _choiceCounts{};
-    /// The bass choice of every string in the current range (kNoChoice: none).
-    std::array<std::uint8_t, kRawStrings> _bassChoices{};
-    /// The notes the choices of strings 0 to s - 1 sound, as bits, at index s.
-    std::array<std::uint16_t, kRawStrings + 1> _notesBelow{};
+    /// What the strings of one range may choose.
+    struct RangeChoices {
+        std::array<const StringChoice*, kRawStrings> choices{};
+        std::array<std::uint8_t, kRawStrings> counts{};
+        /// Per string the index of its bass choice (kNoChoice: none), and those that have one as
+        /// bits.
+        std::array<std::uint8_t, kRawStrings> bassChoices{};
+        std::uint32_t bassStrings = 0;
+        /// The notes the choices of strings 0 to s - 1 sound, as bits, at index s.
+        std::array<std::uint16_t, kRawStrings + 1> notesBelow{};
+        bool ready = false;
+    };
+    void fillRangeChoices(TARVFretRange range, std::uint64_t span, RangeChoices& out) const;
+    /// The choices of full ranges off the nut by first pitch class, and of the current range.
+    std::array<RangeChoices, 12> _fullRanges{};
+    RangeChoices _range;
     std::array<std::uint8_t, kRawStrings> _chosen{};
     std::array<ChoicePrefix, kRawStrings> _prefixes{};
     /// Keys of the valid candidates met so far (open addressing, all ones = free).

@@ -40,6 +40,9 @@ public:
     /// sorting them.
     static TARVChordShapePtr shapeFromFretList(std::span<const std::int8_t> frets,
                                                std::uint8_t fret);
+    /// Makes this shape what `shapeFromFretList` would build, as `_rebuildFromIndicatorArray`
+    /// does.
+    void _rebuildFromFretList(std::span<const std::int8_t> frets, std::uint8_t fret);
     /// Makes this shape what `shapeFromIndicatorArray` would build, reusing its storage: every
     /// field is reset, badness and both caches included.
     void _rebuildFromIndicatorArray(std::span<const TARVFretIndicator> indicators,
