@@ -100,23 +100,28 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForFrets(std::span<const std::in
     // two or more strings at the base fret become one barre from string 0 when no string below
     // the highest of them is muted. The barre then leads the list.
     const std::size_t count = frets.size();
+    // The sounding strings run from the first to the last; every string outside them is muted.
+    std::size_t first = 0;
+    while (first < count && frets[first] < 0) {
+        ++first;
+    }
+    std::size_t last = count;
+    while (last > first && frets[last - 1] < 0) {
+        --last;
+    }
     int highest = 0;
     int lowest = 255;
-    std::size_t muted = 0;
+    std::size_t innerMuted = 0;
     std::size_t atZero = 0;
     std::size_t highestAtZero = 0;
-    std::size_t lowestMuted = count;
-    std::size_t firstSounding = count;
-    std::size_t lastSounding = 0;
-    for (std::size_t string = 0; string < count; ++string) {
+    std::size_t lowestMuted = first > 0 ? 0 : count;
+    for (std::size_t string = first; string < last; ++string) {
         const int fret = frets[string];
         if (fret < 0) {
-            ++muted;
-            lowestMuted = lowestMuted == count ? string : lowestMuted;
+            lowestMuted = innerMuted == 0 && first == 0 ? string : lowestMuted;
+            ++innerMuted;
             continue;
         }
-        firstSounding = firstSounding == count ? string : firstSounding;
-        lastSounding = string;
         if (fret == 0) {
             ++atZero;
             highestAtZero = string;
@@ -127,21 +132,16 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForFrets(std::span<const std::in
         highest = std::max(highest, fret);
         lowest = std::min(lowest, fret);
     }
+    const std::size_t muted = count - (last - first) + innerMuted;
     const std::size_t sounding = count - muted;
-    const auto baseString = static_cast<std::uint64_t>(lastSounding);
+    const auto baseString = static_cast<std::uint64_t>(last == first ? 0 : last - 1);
     const auto reach = static_cast<std::uint8_t>(highest + 1 - lowest);
     const auto fromBaseFret = static_cast<std::uint64_t>(baseFret);
     std::uint64_t badness =
         kBaseFretCost * fromBaseFret + kReachCost * reach +
         kUnusedBassStringCost * (static_cast<std::uint64_t>(stringCount) - 1 - baseString) +
         kStartingCost;
-
-    badness += kMutedCost * muted;
-    if (sounding != 0) {
-        // Muted strings between the first and the last sounding one: all but those below the
-        // first and above the last.
-        badness += kInnerMutedCost * (muted - firstSounding - (count - 1 - lastSounding));
-    }
+    badness += kMutedCost * muted + kInnerMutedCost * innerMuted;
     const bool barre = baseFret != 0 && atZero >= 2 && lowestMuted > highestAtZero;
     if (baseFret == 0) {
         badness += kOpenCost * atZero + kFingerCost * (sounding - atZero);

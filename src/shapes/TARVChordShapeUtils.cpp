@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,12 @@ constexpr std::int64_t kScoringStringCount = 6;
 
 /// The base fret of a fret-number list without any sounding string.
 constexpr std::int8_t kNoSoundingStringBaseFret = 127;
+
+/// String numbers are 8-bit.
+constexpr std::size_t kMaximumStrings = 256;
+
+/// Fret lists and notes of real instruments are worked out without a heap allocation.
+constexpr std::size_t kInlineStrings = 16;
 
 /// Lenient decimal reading: leading spaces and tabs, an optional sign, then digits up to the first
 /// other character; 0 when no digit follows. Values beyond the 32-bit range saturate at its
@@ -59,9 +66,6 @@ TARVChordShapePtr TARVChordShape::shapeForIndicators(std::span<const TARVFretInd
 }
 
 namespace {
-
-/// Fret lists of real instruments are marked without a heap allocation.
-constexpr std::size_t kInlineStrings = 16;
 
 /// Calls `build(indicators, baseFret)` with the marks of absolute `frets` relative to their base
 /// fret, the lowest fret that sounds.
@@ -136,8 +140,14 @@ TARVChordShapePtr TARVChordShape::shapeForFretNumberString(std::string_view text
 
 std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning& tuning) const {
     // Notes by string number; strings above the base string get none.
-    std::array<std::optional<SNote>, 256> notes;
     const std::vector<SPitch>& pitches = tuning.stringPitches();
+    std::array<std::optional<SNote>, kInlineStrings> inlineNotes;
+    std::vector<std::optional<SNote>> manyNotes;
+    std::span<std::optional<SNote>> notes(inlineNotes);
+    if (pitches.size() > kInlineStrings) {
+        manyNotes.resize(std::min<std::size_t>(pitches.size(), kMaximumStrings));
+        notes = manyNotes;
+    }
     const auto baseOffset = static_cast<std::int8_t>(_baseFret);
     std::size_t entries = 0;
     while (entries < pitches.size()) {
@@ -148,6 +158,9 @@ std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning
         }
     }
     for (const TARVFretIndicator& indicator : _indicators) {
+        if (indicator.string() >= entries) {
+            continue;
+        }
         std::optional<SNote>& note = notes[indicator.string()];
         if (indicator.isMuted()) {
             note.reset();
