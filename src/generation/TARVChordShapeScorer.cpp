@@ -18,7 +18,6 @@ constexpr std::uint64_t kBarreCost = 3;
 constexpr std::uint64_t kOpenCost = 4;
 constexpr std::uint64_t kFingerCost = 3;
 constexpr std::uint64_t kMutedFirstStringsCost = 109;
-constexpr std::size_t kStandardStringCount = 6;
 } // namespace
 
 std::uint64_t TARVChordShapeScorer::scoreForShape(const TARVChordShape& shape,
@@ -79,16 +78,10 @@ std::uint64_t TARVChordShapeScorer::formulaScoreForShape(const TARVChordShape& s
 std::uint64_t TARVChordShapeScorer::scoreForFrets(std::span<const std::int8_t> frets,
                                                   std::uint8_t baseFret,
                                                   std::int64_t stringCount) noexcept {
-    if (frets.size() == kStandardStringCount) {
-        if (const std::optional<std::uint32_t> packed =
-                TARVStandardChordShapes::packedFrets(frets)) {
-            const std::uint64_t standard =
-                TARVStandardChordShapes::sharedInstance().standardScoreForPackedFrets(*packed,
-                                                                                      baseFret);
-            if (standard != 0) {
-                return standard;
-            }
-        }
+    const std::uint64_t standard =
+        TARVStandardChordShapes::sharedInstance().standardScoreForFrets(frets, baseFret);
+    if (standard != 0) {
+        return standard;
     }
     return formulaScoreForFrets(frets, baseFret, stringCount);
 }

@@ -38,9 +38,6 @@ public:
     /// bits above the sixth string are ignored).
     std::uint64_t standardScoreForPackedFrets(std::uint32_t packed,
                                               std::uint8_t baseFret) const noexcept;
-    /// Six frets packed as `standardScoreForPackedFrets` takes them, or nothing when there are
-    /// not six or one lies beyond fret 14.
-    static std::optional<std::uint32_t> packedFrets(std::span<const std::int8_t> frets) noexcept;
 
 private:
     using Key = std::vector<TARVFretIndicator>;
@@ -71,6 +68,9 @@ private:
     static constexpr std::size_t kFretTableSize = 512;
     using FretTable = std::array<FretEntry, kFretTableSize>;
     static FretTable makeFretScores();
+    /// Six frets packed as `standardScoreForPackedFrets` takes them, or nothing when there are
+    /// not six or one lies beyond fret 14.
+    static std::optional<std::uint32_t> packedFrets(std::span<const std::int8_t> frets) noexcept;
     static std::uint32_t fretKey(std::uint32_t packed, std::uint8_t baseFret) noexcept;
     static std::size_t fretSlot(std::uint32_t key) noexcept;
 
