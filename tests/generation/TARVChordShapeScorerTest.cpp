@@ -1,5 +1,6 @@
 #include "tarv/generation/TARVChordShapeScorer.hpp"
 
+#include "shapes/TARVFretListSupport.hpp"
 #include "tarv/generation/TARVStandardChordShapes.hpp"
 #include "tarv/shapes/TARVChordShape.hpp"
 
@@ -27,40 +28,14 @@ bool isStandard(const TARVChordShape& shape) {
     return TARVStandardChordShapes::sharedInstance().standardScoreForChordShape(shape) != 0;
 }
 
-/// Every fret list of `strings` strings with frets from -1 (muted) to `highestFret`, in turn.
-template <typename Visit>
-void forEveryFretList(std::size_t strings, std::int8_t highestFret, Visit&& visit) {
-    std::vector<std::int8_t> frets(strings, -1);
-    while (true) {
-        visit(std::span<const std::int8_t>(frets));
-        std::size_t string = 0;
-        while (string < strings && ++frets[string] > highestFret) {
-            frets[string] = -1;
-            ++string;
-        }
-        if (string == strings) {
-            return;
-        }
-    }
-}
-
-TARVChordShapePtr shapeWithFretList(std::span<const std::int8_t> frets, std::uint8_t baseFret) {
-    std::vector<TARVFretIndicator> indicators;
-    for (std::size_t string = 0; string < frets.size(); ++string) {
-        indicators.push_back(
-            TARVFretIndicator::indicatorAtFret(frets[string], static_cast<std::uint8_t>(string)));
-    }
-    return TARVChordShape::shapeFromIndicatorArray(indicators, baseFret);
-}
-
 TEST(TARVChordShapeScorer, FretListsScoreAsTheShapesBuiltFromThem) {
     // Every list of up to six strings with frets up to 4 (all the standard rows among them), at the
     // nut, at the movable rows' base fret and further up.
     std::size_t standard = 0;
     for (std::size_t strings = 1; strings <= 6; ++strings) {
         for (const std::uint8_t baseFret : {0, 1, 2, 9}) {
-            forEveryFretList(strings, 4, [&](std::span<const std::int8_t> frets) {
-                const TARVChordShapePtr shape = shapeWithFretList(frets, baseFret);
+            test::forEveryFretList(strings, 4, [&](std::span<const std::int8_t> frets) {
+                const TARVChordShapePtr shape = test::shapeFromIndicatorsOf(frets, baseFret);
                 for (const std::int64_t stringCount : {static_cast<std::int64_t>(strings), 7L}) {
                     const std::uint64_t expected =
                         TARVChordShapeScorer::scoreForShape(*shape, stringCount);
@@ -87,7 +62,7 @@ TEST(TARVChordShapeScorer, LongFretListsAndHighFretsScoreAsTheirShapes) {
         {-1, -1, -1, -1, -1, -1}, {0, 1, -1, 0, 0, 2, 0, 0},   {}};
     for (const auto& frets : lists) {
         for (const std::uint8_t baseFret : {0, 1, 2, 5, 20}) {
-            const TARVChordShapePtr shape = shapeWithFretList(frets, baseFret);
+            const TARVChordShapePtr shape = test::shapeFromIndicatorsOf(frets, baseFret);
             EXPECT_EQ(TARVChordShapeScorer::scoreForFrets(frets, baseFret, 6),
                       TARVChordShapeScorer::scoreForShape(*shape, 6))
                 << shape->description();

@@ -1,4 +1,5 @@
 #include "tarv/shapes/TARVChordShape.hpp"
+#include "shapes/TARVFretListSupport.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
 #include "tarv/shapes/TARVGeneralLog.hpp"
 #include "tarv/shapes/TARVMutedFretIndicator.hpp"
@@ -377,35 +378,17 @@ void expectSameShape(const TARVChordShape& actual, const TARVChordShape& expecte
     EXPECT_EQ(actual.badness(), expected.badness());
 }
 
-TARVChordShapePtr shapeFromIndicatorsOf(std::span<const std::int8_t> frets, std::uint8_t fret) {
-    std::vector<TARVFretIndicator> indicators;
-    for (std::size_t string = 0; string < frets.size(); ++string) {
-        indicators.push_back(
-            TARVFretIndicator::indicatorAtFret(frets[string], static_cast<std::uint8_t>(string)));
-    }
-    return TARVChordShape::shapeFromIndicatorArray(indicators, fret);
-}
-
 } // namespace
 
 TEST(TARVChordShape, FretListBuildsWhatTheIndicatorArrayBuilds) {
     // Every list of up to six strings with frets from muted to 3, at the nut and up the neck.
     for (std::size_t strings = 0; strings <= 6; ++strings) {
-        std::vector<std::int8_t> frets(strings, -1);
-        while (true) {
+        test::forEveryFretList(strings, 3, [](std::span<const std::int8_t> frets) {
             for (const std::uint8_t fret : {0, 1, 7}) {
                 expectSameShape(*TARVChordShape::shapeFromFretList(frets, fret),
-                                *shapeFromIndicatorsOf(frets, fret));
+                                *test::shapeFromIndicatorsOf(frets, fret));
             }
-            std::size_t string = 0;
-            while (string < strings && ++frets[string] > 3) {
-                frets[string] = -1;
-                ++string;
-            }
-            if (string == strings) {
-                break;
-            }
-        }
+        });
     }
 }
 
@@ -415,7 +398,9 @@ TEST(TARVChordShape, LongFretListBuildsWhatTheIndicatorArrayBuilds) {
     frets[3] = -1;
     frets[260] = 0;
     frets[0] = 0;
-    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 5), *shapeFromIndicatorsOf(frets, 5));
+    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 5),
+                    *test::shapeFromIndicatorsOf(frets, 5));
     frets.resize(256);
-    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 0), *shapeFromIndicatorsOf(frets, 0));
+    expectSameShape(*TARVChordShape::shapeFromFretList(frets, 0),
+                    *test::shapeFromIndicatorsOf(frets, 0));
 }
