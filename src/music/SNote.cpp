@@ -6,10 +6,17 @@ namespace tarv {
 
 namespace {
 constexpr int kLetterValues[7] = {0, 2, 4, 5, 7, 9, 11};
-constexpr char kLetterNames[7] = {'C', 'D', 'E', 'F', 'G', 'A', 'B'};
 // Spelling of each pitch class when a note is made from a value: letter index and accidental.
 constexpr std::uint8_t kValueLetters[12] = {0, 0, 1, 1, 2, 3, 3, 4, 4, 5, 5, 6};
 constexpr std::int8_t kValueAccidentals[12] = {0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1, 0};
+
+// Every spelling, by letter and then accidental from two flats to two sharps.
+constexpr std::string_view kNames[7][5] = {
+    {"Cbb", "Cb", "C", "C#", "C##"}, {"Dbb", "Db", "D", "D#", "D##"},
+    {"Ebb", "Eb", "E", "E#", "E##"}, {"Fbb", "Fb", "F", "F#", "F##"},
+    {"Gbb", "Gb", "G", "G#", "G##"}, {"Abb", "Ab", "A", "A#", "A##"},
+    {"Bbb", "Bb", "B", "B#", "B##"},
+};
 
 constexpr std::string_view kUnicodeSharp = "\u266F";
 constexpr std::string_view kUnicodeFlat = "\u266D";
@@ -94,14 +101,12 @@ int SNote::semitonesAboveC() const noexcept {
     return kLetterValues[_letter] + _accidental;
 }
 
+std::string_view SNote::name() const noexcept {
+    return kNames[_letter][_accidental + 2];
+}
+
 std::string SNote::string() const {
-    std::string text(1, kLetterNames[_letter]);
-    if (_accidental > 0) {
-        text.append(static_cast<std::size_t>(_accidental), '#');
-    } else if (_accidental < 0) {
-        text.append(static_cast<std::size_t>(-_accidental), 'b');
-    }
-    return text;
+    return std::string(name());
 }
 
 std::uint64_t SNote::hash() const noexcept {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -70,6 +71,17 @@ TEST(SNote, TextFormWritesHashForSharpAndBForFlat) {
     EXPECT_EQ(note("C##").string(), "C##");
     EXPECT_EQ(note("E\u266D\u266D").string(), "Ebb");
     EXPECT_EQ(note("G").description(), "G");
+}
+
+TEST(SNote, EverySpellingNamesItselfAsItsTextForm) {
+    for (const char letter : std::string_view("CDEFGAB")) {
+        for (const std::string_view accidental : {"bb", "b", "", "#", "##"}) {
+            const std::string text = std::string(1, letter) + std::string(accidental);
+            EXPECT_EQ(note(text.c_str()).name(), text);
+            EXPECT_EQ(note(text.c_str()).string(), text);
+        }
+    }
+    EXPECT_EQ(SNote::noteWithValue(10).name(), "A#");
 }
 
 TEST(SNote, TextThatNamesNoNoteGivesNoNote) {

@@ -34,6 +34,8 @@ public:
 
     /// The spelling: letter, then "#" or "b" per accidental ("C", "F#", "Bb", "Ebb").
     std::string string() const;
+    /// The same spelling, from text that lives as long as the program.
+    std::string_view name() const noexcept;
     std::string description() const { return string(); }
 
     /// Letter index: 0 = C, 1 = D, ... 6 = B.
