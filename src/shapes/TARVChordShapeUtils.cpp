@@ -139,6 +139,13 @@ TARVChordShapePtr TARVChordShape::shapeForFretNumberString(std::string_view text
 }
 
 std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning& tuning) const {
+    std::vector<SNote> result;
+    notesInTuning(tuning, result);
+    return result;
+}
+
+void TARVChordShape::notesInTuning(const SStringedInstrumentTuning& tuning,
+                                   std::vector<SNote>& result) const {
     // Notes by string number; strings above the base string get none.
     const std::vector<SPitch>& pitches = tuning.stringPitches();
     std::array<std::optional<SNote>, kInlineStrings> inlineNotes;
@@ -169,14 +176,13 @@ std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning
             note = note->noteWithOffset(indicator.fret());
         }
     }
-    std::vector<SNote> result;
+    result.clear();
     result.reserve(entries);
     for (std::size_t string = 0; string < entries; ++string) {
         if (notes[string]) {
             result.push_back(*notes[string]);
         }
     }
-    return result;
 }
 
 } // namespace tarv

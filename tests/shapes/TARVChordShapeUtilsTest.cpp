@@ -213,6 +213,16 @@ TEST(TARVChordShapeUtils, NotesOfOpenShapeLeaveOutTheMutedString) {
     EXPECT_EQ(noteValues(shape->notesInTuning(*tuning)), (std::vector<int>{4, 0, 7, 4, 0}));
 }
 
+TEST(TARVChordShapeUtils, NotesIntoAListReplaceWhatItHeld) {
+    const auto tuning = SStringedInstrumentTuning::stringedInstrumentTuning();
+    std::vector<SNote> notes;
+    for (const char* text : {"x,3,2,0,1,0", "3,2,0,0,0,3", "x,x,0,2,3,2", "x,x,x,x,x,x"}) {
+        const TARVChordShapePtr shape = TARVChordShape::shapeForFretNumberString(text);
+        shape->notesInTuning(*tuning, notes);
+        EXPECT_EQ(notes, shape->notesInTuning(*tuning)) << text;
+    }
+}
+
 TEST(TARVChordShapeUtils, UnmarkedStringsUpToBaseStringSoundTheirBaseNote) {
     const auto tuning = SStringedInstrumentTuning::stringedInstrumentTuning();
     TARVChordShape shape;

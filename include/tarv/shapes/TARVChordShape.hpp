@@ -117,6 +117,8 @@ public:
     static TARVChordShapePtr shapeForFretNumberString(std::string_view text);
     /// The notes the shape sounds in `tuning`, one per sounding string from string 0 up.
     std::vector<SNote> notesInTuning(const SStringedInstrumentTuning& tuning) const;
+    /// The same notes, in place of what `notes` held (its storage is reused).
+    void notesInTuning(const SStringedInstrumentTuning& tuning, std::vector<SNote>& notes) const;
 
     /// The dictionary form: {"fret": base fret, "indicators": [fret of string 0, 1, ...]}.
     nlohmann::json serializationDictionary() const;
