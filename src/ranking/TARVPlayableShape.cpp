@@ -61,16 +61,31 @@ std::uint8_t TARVPlayableShape::baseFret() const noexcept {
 }
 
 TARVChordShapePtr TARVPlayableShape::chordShape() const {
-    // Frets are kept per string, and a tuning has at most 255 strings.
-    std::array<std::int64_t, 256> frets;
-    const std::size_t count = std::min(_frets.size(), frets.size());
-    std::copy_n(_frets.begin(), count, frets.begin());
-    TARVChordShapePtr shape = TARVChordShape::shapeFromFretNumberArray(
-        std::span<const std::int64_t>(frets.data(), count));
-    if (shape) {
-        shape->setBadness(static_cast<std::uint64_t>(std::llround(std::max(0.0, _score))));
-    }
+    auto shape = std::make_shared<TARVChordShape>();
+    buildChordShape(*shape);
     return shape;
+}
+
+void TARVPlayableShape::buildChordShape(TARVChordShape& shape) const {
+    // A tuning has at most 256 strings (string numbers are 8-bit).
+    constexpr std::size_t kMaximumStrings = 256;
+    // The base fret is the lowest fret that sounds; without one, 127.
+    const std::size_t count = std::min(_frets.size(), kMaximumStrings);
+    std::int8_t baseFret = 127;
+    for (std::size_t s = 0; s < count; ++s) {
+        if (_frets[s] >= 0 && _frets[s] < baseFret) {
+            baseFret = _frets[s];
+        }
+    }
+    // Frets relative to it, wrapping as 8-bit numbers: muted strings stay negative.
+    std::array<std::int8_t, kMaximumStrings> relative;
+    for (std::size_t s = 0; s < count; ++s) {
+        relative[s] = static_cast<std::int8_t>(static_cast<std::uint8_t>(
+            static_cast<std::uint8_t>(_frets[s]) - static_cast<std::uint8_t>(baseFret)));
+    }
+    shape._rebuildFromFretList(std::span<const std::int8_t>(relative.data(), count),
+                               static_cast<std::uint8_t>(baseFret));
+    shape.setBadness(static_cast<std::uint64_t>(std::llround(std::max(0.0, _score))));
 }
 
 bool TARVPlayableShape::isTranspositionOf(const TARVPlayableShape& other) const noexcept {

@@ -48,6 +48,8 @@ public:
     /// The shape in the library's shape model (indicators relative to `baseFret`), with
     /// `badness` the score rounded to the nearest whole number.
     TARVChordShapePtr chordShape() const;
+    /// Makes `shape` what `chordShape` answers, reusing its storage.
+    void buildChordShape(TARVChordShape& shape) const;
     /// Whether `other` holds the same fingering moved along the neck by a whole number of
     /// frets (the same strings muted, every sounding string moved alike, open strings counting
     /// as fret 0); a shape is not a transposition of itself.
