@@ -435,16 +435,26 @@ private:
     std::vector<Key> _keys;
 };
 
+/// What the shapes of one answer are written with, kept from one shape to the next.
+struct ShapeScratch {
+    TermKeys termKeys;
+    TARVChordShape chordShape;
+    std::vector<SNote> notes;
+};
+
 /// The most a fret, finger or string number takes with the comma after it.
 constexpr std::size_t kSmallNumberRoom = 8;
 /// The most an indicator, a barre or the fixed keys of a shape take, numbers included.
 constexpr std::size_t kIndicatorRoom = 96;
 constexpr std::size_t kBarreRoom = 96;
 constexpr std::size_t kShapeFixedRoom = 512;
+/// The longest note name ("C##").
+constexpr std::size_t kNoteNameRoom = 3;
 
 void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank,
-                const SStringedInstrumentTuning* tuning, TermKeys& termKeys) {
-    const TARVChordShapePtr chordShape = shape.chordShape();
+                const SStringedInstrumentTuning* tuning, ShapeScratch& scratch) {
+    TARVChordShape& chordShape = scratch.chordShape;
+    shape.buildChordShape(chordShape);
     const TARVFingering& fingering = shape.fingering();
     // Spans read once: the text written through `cursor` could otherwise be any of them.
     const std::span<const std::int8_t> frets = shape.frets();
@@ -472,7 +482,7 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     }
     // The base fret of the indicators below (the shape model's), not the diagram's.
     put::literal(cursor, "\",\"baseFret\":");
-    put::integer(cursor, chordShape ? chordShape->baseFret() : shape.baseFret());
+    put::integer(cursor, chordShape.baseFret());
     put::literal(cursor, ",\"score\":");
     put::number(cursor, shape.score());
     if (shape.badness()) {
@@ -480,9 +490,9 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
         put::integer(cursor, static_cast<long long>(*shape.badness()));
     }
     put::literal(cursor, ",\"baseString\":");
-    put::integer(cursor, chordShape ? chordShape->baseString() : 0);
+    put::integer(cursor, chordShape.baseString());
     put::literal(cursor, ",\"reach\":");
-    put::integer(cursor, chordShape ? chordShape->reach() : 0);
+    put::integer(cursor, chordShape.reach());
     put::literal(cursor, ",\"fingers\":[");
     for (std::size_t s = 0; s < stringCount; ++s) {
         if (s != 0) {
@@ -512,50 +522,41 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     writer.commit(cursor);
 
     if (tuning != nullptr) {
-        writer.raw("\"notes\":[");
-        if (chordShape) {
-            // The notes sound with the capo on.
-            const auto capo = static_cast<std::int8_t>(tuning->capo());
-            bool first = true;
-            for (const SNote& note : chordShape->notesInTuning(*tuning)) {
-                const std::string name = note.noteWithOffset(capo).string();
-                cursor = writer.room(put::stringRoom(name.size()) + 1);
-                if (!first) {
-                    *cursor++ = ',';
-                }
-                first = false;
-                put::string(cursor, name);
-                writer.commit(cursor);
+        // The notes sound with the capo on.
+        const auto capo = static_cast<std::int8_t>(tuning->capo());
+        chordShape.notesInTuning(*tuning, scratch.notes);
+        cursor = writer.room(16 + scratch.notes.size() * (put::stringRoom(kNoteNameRoom) + 1));
+        put::literal(cursor, "\"notes\":[");
+        for (std::size_t i = 0; i < scratch.notes.size(); ++i) {
+            if (i != 0) {
+                *cursor++ = ',';
             }
+            put::string(cursor, scratch.notes[i].noteWithOffset(capo).name());
         }
-        writer.raw("],");
+        put::literal(cursor, "],");
+        writer.commit(cursor);
     }
 
-    const std::span<const TARVFretIndicator> indicators =
-        chordShape ? std::span<const TARVFretIndicator>(chordShape->indicators())
-                   : std::span<const TARVFretIndicator>();
+    const std::span<const TARVFretIndicator> indicators(chordShape.indicators());
     const std::size_t indicatorCount = indicators.size();
     cursor = writer.room(32 + indicatorCount * kIndicatorRoom);
     put::literal(cursor, "\"indicators\":[");
-    if (chordShape) {
-        bool first = true;
-        for (const TARVFretIndicator& indicator : indicators) {
-            if (!first) {
-                *cursor++ = ',';
-            }
-            first = false;
-            put::literal(cursor, "{\"kind\":\"");
-            put::text(cursor, indicatorKind(indicator));
-            put::literal(cursor, "\",\"string\":");
-            put::integer(cursor, indicator.string());
-            put::literal(cursor, ",\"fret\":");
-            put::integer(cursor, indicator.fret());
-            if (indicator.isBarre()) {
-                put::literal(cursor, ",\"endString\":");
-                put::integer(cursor, indicator.endString());
-            }
-            *cursor++ = '}';
+    for (std::size_t i = 0; i < indicatorCount; ++i) {
+        const TARVFretIndicator& indicator = indicators[i];
+        if (i != 0) {
+            *cursor++ = ',';
         }
+        put::literal(cursor, "{\"kind\":\"");
+        put::text(cursor, indicatorKind(indicator));
+        put::literal(cursor, "\",\"string\":");
+        put::integer(cursor, indicator.string());
+        put::literal(cursor, ",\"fret\":");
+        put::integer(cursor, indicator.fret());
+        if (indicator.isBarre()) {
+            put::literal(cursor, ",\"endString\":");
+            put::integer(cursor, indicator.endString());
+        }
+        *cursor++ = '}';
     }
     put::literal(cursor, "],\"terms\":{");
     writer.commit(cursor);
@@ -567,7 +568,7 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
         if (i != 0) {
             *cursor++ = ',';
         }
-        termKeys.put(cursor, i, name);
+        scratch.termKeys.put(cursor, i, name);
         put::number(cursor, terms[i].contribution());
         writer.commit(cursor);
     }
@@ -603,8 +604,8 @@ std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t
     std::string out;
     {
         Writer writer(out);
-        TermKeys termKeys;
-        writeShape(writer, shape, rank, tuning, termKeys);
+        ShapeScratch scratch;
+        writeShape(writer, shape, rank, tuning, scratch);
     }
     return out;
 }
@@ -621,12 +622,12 @@ std::string TARVShapeJSON::answerJSON(const SChord& chord, const SStringedInstru
         writer.raw(",\"tuning\":");
         writeTuning(writer, tuning, instrumentName);
         writer.raw(",\"shapes\":[");
-        TermKeys termKeys;
+        ShapeScratch scratch;
         for (std::size_t i = 0; i < shapes.size(); ++i) {
             if (i != 0) {
                 writer.raw(",");
             }
-            writeShape(writer, shapes[i], i + 1, &tuning, termKeys);
+            writeShape(writer, shapes[i], i + 1, &tuning, scratch);
         }
         writer.raw("]}");
     }
