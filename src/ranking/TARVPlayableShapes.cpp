@@ -98,6 +98,9 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     context.maxFret = std::max(0, static_cast<int>(tuning->fretCount()) - context.capo);
     context.maxFret = std::min(context.maxFret, 127);
     double pitchSum = 0;
+    context.startFret.reserve(context.stringCount);
+    context.openPitch.reserve(context.stringCount);
+    context.openClass.reserve(context.stringCount);
     try {
         for (std::size_t s = 0; s < context.stringCount; ++s) {
             const SPitch& pitch = tuning->pitchForString(static_cast<std::int64_t>(s));
@@ -147,6 +150,7 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     if (!(context.scaleLength > 0)) {
         return false;
     }
+    context.fingerPositions.reserve(static_cast<std::size_t>(context.maxFret) + 1);
     for (int fret = 0; fret <= context.maxFret; ++fret) {
         context.fingerPositions.push_back(fingerPosition(context.scaleLength, context.capo + fret));
     }

@@ -1,5 +1,6 @@
 #include "tarv/ranking/TARVShapeQuery.hpp"
 
+#include "tarv/cache/TARVChordShapeCache.hpp"
 #include "tarv/generation/TARVChordShapeGenerator.hpp"
 #include "tarv/ranking/TARVPlayableShapes.hpp"
 
@@ -15,10 +16,16 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
     if (ranking == Ranking::Playable) {
         return TARVPlayableShapes::shapesForChord(chord, tuning, options);
     }
+    // A cached list is read as the cache holds it; the generator's list otherwise, held by the
+    // generator while it is read.
+    TARVChordShapeList cached;
     TARVChordShapeGeneratorPtr generator;
     switch (ranking) {
     case Ranking::Cached:
-        generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
+        cached = TARVChordShapeCache::sharedInstance().shapesForChord(*chord, *tuning);
+        if (!cached) {
+            generator = TARVChordShapeGenerator::generatorWithChord(chord, tuning);
+        }
         break;
     case Ranking::Forced:
         generator = TARVChordShapeGenerator::initWithChord(chord, tuning, true);
@@ -27,15 +34,19 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
         generator = TARVChordShapeGenerator::initUncachedWithChord(chord, tuning);
         break;
     }
-    if (!generator || !generator->shapes()) {
+    const std::vector<TARVChordShapePtr>* found = cached ? cached.get()
+                                                  : generator && generator->shapes()
+                                                      ? &*generator->shapes()
+                                                      : nullptr;
+    if (found == nullptr) {
         return answer;
     }
     const int neck = static_cast<int>(tuning->fretCount()) - static_cast<int>(tuning->capo());
     // Each shape is fingered and scored by the playability model where a hand can hold it, and
-    // keeps the generator's badness; the generator holds its shapes while they are read.
+    // keeps the generator's badness.
     std::vector<const TARVChordShape*> chordShapes;
     std::vector<std::vector<std::int8_t>> fretLists;
-    for (const TARVChordShapePtr& shape : *generator->shapes()) {
+    for (const TARVChordShapePtr& shape : *found) {
         if (shape) {
             chordShapes.push_back(shape.get());
             fretLists.push_back(
