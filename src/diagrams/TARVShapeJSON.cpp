@@ -49,6 +49,27 @@ constexpr double kLargestWholeNumber = 1e15;
 constexpr long long kLargestExactThousandths = 1'000'000'000'000'000LL;
 constexpr unsigned long long kThousand = 1000;
 
+/// ".ddd" for thousandths 1 to 999 without trailing zeros, and nothing for 0.
+struct Fraction {
+    char text[4];
+    std::uint8_t size;
+};
+constexpr std::array<Fraction, 1000> kFractions = [] {
+    std::array<Fraction, 1000> fractions{};
+    for (unsigned thousandths = 1; thousandths < 1000; ++thousandths) {
+        Fraction& fraction = fractions[thousandths];
+        fraction.text[0] = '.';
+        fraction.text[1] = static_cast<char>('0' + thousandths / 100);
+        fraction.text[2] = static_cast<char>('0' + thousandths / 10 % 10);
+        fraction.text[3] = static_cast<char>('0' + thousandths % 10);
+        fraction.size = 4;
+        while (fraction.text[fraction.size - 1] == '0') {
+            --fraction.size;
+        }
+    }
+    return fractions;
+}();
+
 /// Rounded to three decimals, written as shortly as it reads back; at most `kNumberRoom` bytes.
 void number(char*& cursor, double value) {
     // Many terms of a score are nothing.
@@ -85,17 +106,9 @@ void number(char*& cursor, double value) {
             } else {
                 cursor = std::to_chars(cursor, cursor + kNumberRoom - 6, units).ptr;
             }
-            const auto fraction = static_cast<unsigned>(magnitude % kThousand);
-            if (fraction != 0) {
-                cursor[0] = '.';
-                cursor[1] = static_cast<char>('0' + fraction / 100);
-                cursor[2] = static_cast<char>('0' + fraction / 10 % 10);
-                cursor[3] = static_cast<char>('0' + fraction % 10);
-                cursor += 4;
-                while (cursor[-1] == '0') {
-                    --cursor;
-                }
-            }
+            const Fraction& fraction = kFractions[magnitude % kThousand];
+            std::memcpy(cursor, fraction.text, sizeof fraction.text);
+            cursor += fraction.size;
             return;
         }
     }
@@ -401,26 +414,54 @@ class TermKeys {
 public:
     /// Keys up to this long are copied whole as one block, from text padded to its length.
     static constexpr std::size_t kBlock = 32;
+    /// What the text of one key is expected to take at most, to make room for all at once.
+    static constexpr std::size_t kReserved = 192;
 
-    /// Writes `"name":` for the term at `index`; room for `kBlock` bytes more than it takes must
-    /// be made.
-    void put(char*& cursor, std::size_t index, std::string_view name) {
-        if (index >= _keys.size()) {
-            _keys.resize(index + 1);
+    /// Makes the keys of `terms` ready and answers the room that writing them with their values
+    /// and the commas between them takes at most.
+    std::size_t prepare(std::span<const TARVPlayableShape::Term> terms) {
+        if (_keys.size() < terms.size()) {
+            _keys.resize(terms.size());
         }
-        Key& key = _keys[index];
-        if (key.name.data() != name.data() || key.name.size() != name.size() || key.text.empty()) {
-            key.name = name;
-            key.text.assign(put::stringRoom(name.size()) + 1 + kBlock, ' ');
-            char* end = key.text.data();
-            put::string(end, name);
-            *end++ = ':';
-            key.size = static_cast<std::size_t>(end - key.text.data());
+        if (_text.empty()) {
+            _text.reserve(terms.size() * kReserved);
         }
-        if (key.size <= kBlock) {
-            std::memcpy(cursor, key.text.data(), kBlock);
+        bool changed = terms.size() != _count;
+        for (std::size_t i = 0; i < terms.size(); ++i) {
+            const std::string_view name = terms[i].name;
+            Key& key = _keys[i];
+            if (key.name.data() != name.data() || key.name.size() != name.size() || key.size == 0)
+                [[unlikely]] {
+                // Each key has its own stretch of the text, padded to a block.
+                key.name = name;
+                key.offset = _text.size();
+                _text.append(put::stringRoom(name.size()) + 1 + kBlock, ' ');
+                char* const begin = _text.data() + key.offset;
+                char* end = begin;
+                put::string(end, name);
+                *end++ = ':';
+                key.size = static_cast<std::size_t>(end - begin);
+                changed = true;
+            }
+        }
+        if (changed) {
+            _count = terms.size();
+            _room = 0;
+            for (std::size_t i = 0; i < terms.size(); ++i) {
+                _room += std::max(_keys[i].size, kBlock) + 1 + put::kNumberRoom;
+            }
+        }
+        return _room;
+    }
+
+    /// Writes `"name":` for the term at `index`, made ready by `prepare`.
+    void put(char*& cursor, std::size_t index) const {
+        const Key& key = _keys[index];
+        const char* const text = _text.data() + key.offset;
+        if (key.size <= kBlock) [[likely]] {
+            std::memcpy(cursor, text, kBlock);
         } else {
-            std::memcpy(cursor, key.text.data(), key.size);
+            std::memcpy(cursor, text, key.size);
         }
         cursor += key.size;
     }
@@ -428,11 +469,16 @@ public:
 private:
     struct Key {
         std::string_view name;
-        /// The key as written, followed by padding.
-        std::string text;
+        /// Where in `_text` the key as written starts, and its length.
+        std::size_t offset = 0;
         std::size_t size = 0;
     };
     std::vector<Key> _keys;
+    /// The keys as written, each followed by padding.
+    std::string _text;
+    /// The terms the room was counted for, and the room.
+    std::size_t _count = 0;
+    std::size_t _room = 0;
 };
 
 /// What the shapes of one answer are written with, kept from one shape to the next.
@@ -561,18 +607,16 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     put::literal(cursor, "],\"terms\":{");
     writer.commit(cursor);
 
+    cursor = writer.room(scratch.termKeys.prepare(terms) + 2);
     for (std::size_t i = 0; i < terms.size(); ++i) {
-        const std::string_view name = terms[i].name;
-        cursor =
-            writer.room(put::stringRoom(name.size()) + 2 + TermKeys::kBlock + put::kNumberRoom);
         if (i != 0) {
             *cursor++ = ',';
         }
-        scratch.termKeys.put(cursor, i, name);
+        scratch.termKeys.put(cursor, i);
         put::number(cursor, terms[i].contribution());
-        writer.commit(cursor);
     }
-    writer.raw("}}");
+    put::literal(cursor, "}}");
+    writer.commit(cursor);
 }
 
 /// About what one shape takes, to reserve the text of an answer at once.
