@@ -5,6 +5,7 @@
 #include "TARVFretGeometry.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <bitset>
 #include <cmath>
@@ -342,12 +343,17 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
 TARVPlayableShape buildShape(const Context& context, std::vector<std::int8_t> frets,
                              const Model::Features& features,
                              std::optional<TARVFingering> fingering) {
-    std::vector<TARVPlayableShape::Term> terms;
-    terms.reserve(Model::FeatureCount);
+    static const std::array<std::string_view, Model::FeatureCount> kNames = [] {
+        std::array<std::string_view, Model::FeatureCount> names;
+        for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
+            names[i] = Model::featureName(static_cast<Model::Feature>(i));
+        }
+        return names;
+    }();
     const auto& weights = context.model->weights(context.family);
+    std::vector<TARVPlayableShape::Term> terms(Model::FeatureCount);
     for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
-        const auto feature = static_cast<Model::Feature>(i);
-        terms.push_back({Model::featureName(feature), features[i], weights[i]});
+        terms[i] = {kNames[i], features[i], weights[i]};
     }
     return TARVPlayableShape(std::move(frets), fingering ? std::move(*fingering) : TARVFingering(),
                              std::move(terms));
