@@ -163,18 +163,31 @@ TARVChordShapeList merged(const TARVChordShapeList& held,
     if (held) {
         shapes->assign(held->begin(), held->end());
     }
+    // The hashes of the kept shapes, in their order, to compare an added shape with.
+    std::vector<std::uint64_t> hashes;
+    hashes.reserve(shapes->capacity());
+    for (const TARVChordShapePtr& shape : *shapes) {
+        hashes.push_back(shape->hash());
+    }
     for (const TARVChordShapePtr& shape : added) {
         const std::uint64_t hash = shape->hash();
-        const bool present = std::any_of(shapes->begin(), shapes->end(), [&](const auto& kept) {
-            return kept->hash() == hash && kept->isEqual(*shape);
-        });
+        bool present = false;
+        for (std::size_t i = 0; i < hashes.size() && !present; ++i) {
+            present = hashes[i] == hash && (*shapes)[i]->isEqual(*shape);
+        }
         if (!present) {
             shapes->push_back(shape);
+            hashes.push_back(hash);
         }
     }
-    std::stable_sort(
-        shapes->begin(), shapes->end(),
-        [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) { return a->compare(*b) < 0; });
+    const auto inOrder = [](const TARVChordShapePtr& a, const TARVChordShapePtr& b) {
+        return a->compare(*b) < 0;
+    };
+    // Shapes read from a file usually come sorted already.
+    if (std::is_sorted(shapes->begin(), shapes->end(), inOrder)) {
+        return shapes;
+    }
+    std::stable_sort(shapes->begin(), shapes->end(), inOrder);
     return shapes;
 }
 
