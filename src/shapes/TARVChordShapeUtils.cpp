@@ -146,42 +146,50 @@ std::vector<SNote> TARVChordShape::notesInTuning(const SStringedInstrumentTuning
 
 void TARVChordShape::notesInTuning(const SStringedInstrumentTuning& tuning,
                                    std::vector<SNote>& result) const {
-    // Notes by string number; strings above the base string get none.
+    // Per string number, how far its note moves from the open string, or that it is muted;
+    // strings above the base string get none. A note moved by nothing keeps the tuning's
+    // spelling; a moved one takes the spelling of its pitch class.
+    struct Sound {
+        int offset = 0;
+        bool moved = false;
+        bool muted = false;
+    };
     const std::vector<SPitch>& pitches = tuning.stringPitches();
-    std::array<std::optional<SNote>, kInlineStrings> inlineNotes;
-    std::vector<std::optional<SNote>> manyNotes;
-    std::span<std::optional<SNote>> notes(inlineNotes);
-    if (pitches.size() > kInlineStrings) {
-        manyNotes.resize(std::min<std::size_t>(pitches.size(), kMaximumStrings));
-        notes = manyNotes;
+    const std::size_t entries = std::min<std::size_t>(pitches.size(), std::size_t{_baseString} + 1);
+    std::array<Sound, kInlineStrings> inlineSounds;
+    std::vector<Sound> manySounds;
+    std::span<Sound> sounds(inlineSounds.data(), std::min(entries, kInlineStrings));
+    if (entries > kInlineStrings) {
+        manySounds.resize(entries);
+        sounds = manySounds;
     }
     const auto baseOffset = static_cast<std::int8_t>(_baseFret);
-    std::size_t entries = 0;
-    while (entries < pitches.size()) {
-        notes[entries] = pitches[entries].note().noteWithOffset(baseOffset);
-        ++entries;
-        if (entries - 1 == _baseString) {
-            break;
-        }
+    for (Sound& sound : sounds) {
+        sound = Sound{baseOffset, baseOffset != 0, false};
     }
     for (const TARVFretIndicator& indicator : _indicators) {
         if (indicator.string() >= entries) {
             continue;
         }
-        std::optional<SNote>& note = notes[indicator.string()];
+        Sound& sound = sounds[indicator.string()];
         if (indicator.isMuted()) {
-            note.reset();
-        } else if (note) {
+            sound.muted = true;
+        } else if (indicator.fret() != 0) {
             // A barre moves only its start string: the strings under it sound the base note.
-            note = note->noteWithOffset(indicator.fret());
+            sound.offset += indicator.fret();
+            sound.moved = true;
         }
     }
     result.clear();
     result.reserve(entries);
     for (std::size_t string = 0; string < entries; ++string) {
-        if (notes[string]) {
-            result.push_back(*notes[string]);
+        const Sound& sound = sounds[string];
+        if (sound.muted) {
+            continue;
         }
+        const SNote open = pitches[string].note();
+        result.push_back(sound.moved ? SNote::noteWithValue(open.noteValue() + sound.offset)
+                                     : open);
     }
 }
 

@@ -4,9 +4,12 @@
 #include "tarv/instruments/SStringedInstrumentTuning.hpp"
 #include "tarv/shapes/TARVBarreIndicator.hpp"
 
+#include "shapes/TARVFretListSupport.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -211,6 +214,89 @@ TEST(TARVChordShapeUtils, NotesOfOpenShapeLeaveOutTheMutedString) {
                                 openNoteValue(*tuning, 4, 3)}));
     // C major: E, C, G, E, C.
     EXPECT_EQ(noteValues(shape->notesInTuning(*tuning)), (std::vector<int>{4, 0, 7, 4, 0}));
+}
+
+/// The notes of `shape` worked out one mark at a time, each moving the note its string holds.
+std::vector<SNote> notesOneMarkAtATime(const TARVChordShape& shape,
+                                       const SStringedInstrumentTuning& tuning) {
+    const std::vector<SPitch>& pitches = tuning.stringPitches();
+    std::vector<std::optional<SNote>> notes;
+    for (std::size_t string = 0; string < pitches.size() && string <= shape.baseString();
+         ++string) {
+        notes.push_back(
+            pitches[string].note().noteWithOffset(static_cast<std::int8_t>(shape.baseFret())));
+    }
+    for (const TARVFretIndicator& indicator : shape.indicators()) {
+        if (indicator.string() >= notes.size()) {
+            continue;
+        }
+        std::optional<SNote>& note = notes[indicator.string()];
+        if (indicator.isMuted()) {
+            note.reset();
+        } else if (note) {
+            note = note->noteWithOffset(indicator.fret());
+        }
+    }
+    std::vector<SNote> sounding;
+    for (const std::optional<SNote>& note : notes) {
+        if (note) {
+            sounding.push_back(*note);
+        }
+    }
+    return sounding;
+}
+
+std::vector<std::string> noteNames(const std::vector<SNote>& notes) {
+    std::vector<std::string> names;
+    for (const SNote& note : notes) {
+        names.push_back(note.string());
+    }
+    return names;
+}
+
+TEST(TARVChordShapeUtils, NotesAreWhatMovingEachStringMarkByMarkGives) {
+    // Flats in the tuning show whether an unmoved string keeps its spelling.
+    const std::vector<SPitch> flats = {
+        *SPitch::pitchWithString("Eb4"), *SPitch::pitchWithString("Bb3"),
+        *SPitch::pitchWithString("Gb3"), *SPitch::pitchWithString("Db3"),
+        *SPitch::pitchWithString("Ab2"), *SPitch::pitchWithString("Eb2")};
+    const auto tunings = {
+        SStringedInstrumentTuning::stringedInstrumentTuning(),
+        SStringedInstrumentTuning::initWithPitches(flats, 22, 0, TARVMakeSharedText("Flat"),
+                                                   "EbBbGbDbAbEb", std::nullopt),
+        SStringedInstrumentTuning::initWithPitches({flats[0], flats[1], flats[2]}, 22, 0,
+                                                   TARVMakeSharedText("Three"), "EbBbGb",
+                                                   std::nullopt)};
+    std::vector<SNote> notes;
+    for (const auto& tuning : tunings) {
+        for (const std::size_t strings : {std::size_t{1}, std::size_t{4}, std::size_t{6}}) {
+            test::forEveryFretList(strings, 4, [&](std::span<const std::int8_t> list) {
+                for (const std::int8_t offset : {std::int8_t{0}, std::int8_t{7}, std::int8_t{12}}) {
+                    std::vector<std::int64_t> frets(list.begin(), list.end());
+                    for (std::int64_t& fret : frets) {
+                        fret = fret > 0 ? fret + offset : fret;
+                    }
+                    const TARVChordShapePtr shape = TARVChordShape::shapeFromFretNumberArray(frets);
+                    shape->notesInTuning(*tuning, notes);
+                    ASSERT_EQ(noteNames(notes), noteNames(notesOneMarkAtATime(*shape, *tuning)))
+                        << shape->description();
+                }
+            });
+        }
+    }
+}
+
+TEST(TARVChordShapeUtils, NotesMovedAnOctaveTakeTheSpellingOfTheirPitchClass) {
+    const auto tuning = SStringedInstrumentTuning::initWithPitches(
+        {*SPitch::pitchWithString("Eb4"), *SPitch::pitchWithString("Bb3")}, 22, 0,
+        TARVMakeSharedText("Flat"), "EbBb", std::nullopt);
+    TARVChordShape shape;
+    shape.setBaseString(1);
+    shape.addIndicatorForFret(5, 0);
+    shape.addIndicatorForFret(7, 0);
+    // String 0, moved an octave by two marks, takes the spelling of its pitch class; string 1,
+    // unmoved, keeps the tuning's.
+    EXPECT_EQ(noteNames(shape.notesInTuning(*tuning)), (std::vector<std::string>{"D#", "Bb"}));
 }
 
 TEST(TARVChordShapeUtils, NotesIntoAListReplaceWhatItHeld) {
