@@ -5,10 +5,6 @@
 namespace tarv {
 
 namespace {
-constexpr int kLetterValues[7] = {0, 2, 4, 5, 7, 9, 11};
-// Spelling of each pitch class when a note is made from a value: letter index and accidental.
-constexpr std::uint8_t kValueLetters[12] = {0, 0, 1, 1, 2, 3, 3, 4, 4, 5, 5, 6};
-constexpr std::int8_t kValueAccidentals[12] = {0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1, 0};
 
 // Every spelling, by letter and then accidental from two flats to two sharps.
 constexpr std::string_view kNames[7][5] = {
@@ -77,28 +73,12 @@ std::optional<SNote> SNote::noteWithString(std::string_view text) {
     return SNote(static_cast<std::uint8_t>(letter), static_cast<std::int8_t>(sharps - flats));
 }
 
-SNote SNote::noteWithValue(int value) noexcept {
-    const int pc = ((value % 12) + 12) % 12;
-    return SNote(kValueLetters[pc], kValueAccidentals[pc]);
-}
-
-SNote SNote::noteWithOffset(std::int8_t offset) const noexcept {
-    if (offset == 0) {
-        return *this;
-    }
-    return noteWithValue(noteValue() + offset);
-}
-
 std::int32_t SNote::offsetFromNote(const SNote& note) const noexcept {
     return (static_cast<std::int32_t>(noteValue()) - note.noteValue() + 12) % 12;
 }
 
-std::uint8_t SNote::noteValue() const noexcept {
-    return static_cast<std::uint8_t>((kLetterValues[_letter] + _accidental + 12) % 12);
-}
-
 int SNote::semitonesAboveC() const noexcept {
-    return kLetterValues[_letter] + _accidental;
+    return detail::kLetterValues[_letter] + _accidental;
 }
 
 std::string_view SNote::name() const noexcept {

@@ -57,6 +57,32 @@ private:
     std::int8_t _accidental;
 };
 
+namespace detail {
+/// Semitones above C of each letter, C to B.
+inline constexpr int kLetterValues[7] = {0, 2, 4, 5, 7, 9, 11};
+/// The spelling of each pitch class when a note is made from a value: letter and accidental.
+inline constexpr std::uint8_t kValueLetters[12] = {0, 0, 1, 1, 2, 3, 3, 4, 4, 5, 5, 6};
+inline constexpr std::int8_t kValueAccidentals[12] = {0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 1, 0};
+} // namespace detail
+
+// Inline: notes are moved and compared on the hot paths of shape building and output.
+
+inline SNote SNote::noteWithValue(int value) noexcept {
+    const int pc = ((value % 12) + 12) % 12;
+    return SNote(detail::kValueLetters[pc], detail::kValueAccidentals[pc]);
+}
+
+inline SNote SNote::noteWithOffset(std::int8_t offset) const noexcept {
+    if (offset == 0) {
+        return *this;
+    }
+    return noteWithValue(noteValue() + offset);
+}
+
+inline std::uint8_t SNote::noteValue() const noexcept {
+    return static_cast<std::uint8_t>((detail::kLetterValues[_letter] + _accidental + 12) % 12);
+}
+
 } // namespace tarv
 
 template <> struct std::hash<tarv::SNote> {
