@@ -249,6 +249,40 @@ void string(char*& cursor, std::string_view text) {
     *cursor++ = '"';
 }
 
+/// Every spelling of a note as a JSON string, by letter and then accidental from two flats to
+/// two sharps, padded to a block of 8 bytes.
+struct QuotedName {
+    char text[8];
+    std::uint8_t size;
+};
+constexpr std::array<QuotedName, 35> kQuotedNames = [] {
+    constexpr std::string_view kLetters = "CDEFGAB";
+    constexpr std::string_view kAccidentals[5] = {"bb", "b", "", "#", "##"};
+    std::array<QuotedName, 35> names{};
+    for (std::size_t letter = 0; letter < kLetters.size(); ++letter) {
+        for (std::size_t accidental = 0; accidental < 5; ++accidental) {
+            QuotedName& name = names[letter * 5 + accidental];
+            std::size_t size = 0;
+            name.text[size++] = '"';
+            name.text[size++] = kLetters[letter];
+            for (const char sign : kAccidentals[accidental]) {
+                name.text[size++] = sign;
+            }
+            name.text[size++] = '"';
+            name.size = static_cast<std::uint8_t>(size);
+        }
+    }
+    return names;
+}();
+
+/// A note's spelling as a JSON string; at most 8 bytes.
+void noteName(char*& cursor, const SNote& note) {
+    const QuotedName& name =
+        kQuotedNames[static_cast<std::size_t>(note.letter() * 5 + note.accidental() + 2)];
+    std::memcpy(cursor, name.text, sizeof name.text);
+    cursor += name.size;
+}
+
 } // namespace put
 
 /// Appends JSON text without building a tree. The text is written through a cursor into room
@@ -494,8 +528,6 @@ constexpr std::size_t kSmallNumberRoom = 8;
 constexpr std::size_t kIndicatorRoom = 96;
 constexpr std::size_t kBarreRoom = 96;
 constexpr std::size_t kShapeFixedRoom = 512;
-/// The longest note name ("C##").
-constexpr std::size_t kNoteNameRoom = 3;
 
 void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank,
                 const SStringedInstrumentTuning* tuning, ShapeScratch& scratch) {
@@ -571,13 +603,13 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
         // The notes sound with the capo on.
         const auto capo = static_cast<std::int8_t>(tuning->capo());
         chordShape.notesInTuning(*tuning, scratch.notes);
-        cursor = writer.room(16 + scratch.notes.size() * (put::stringRoom(kNoteNameRoom) + 1));
+        cursor = writer.room(16 + scratch.notes.size() * (sizeof(put::QuotedName::text) + 1));
         put::literal(cursor, "\"notes\":[");
         for (std::size_t i = 0; i < scratch.notes.size(); ++i) {
             if (i != 0) {
                 *cursor++ = ',';
             }
-            put::string(cursor, scratch.notes[i].noteWithOffset(capo).name());
+            put::noteName(cursor, scratch.notes[i].noteWithOffset(capo));
         }
         put::literal(cursor, "],");
         writer.commit(cursor);

@@ -6,6 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include <regex>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarv {
 namespace {
@@ -72,6 +75,33 @@ TEST(TARVShapeJSON, GeneratorShapesKeepTheirBadness) {
     const json parsed = json::parse(TARVShapeJSON::shapeJSON(shape, 1, nullptr));
     EXPECT_EQ(parsed["badness"], 42);
     EXPECT_FALSE(parsed.contains("notes"));
+}
+
+TEST(TARVShapeJSON, OpenStringsSoundTheTuningsOwnSpellingsAndTheCapoRespellsThem) {
+    // One string per spelling, from Cbb to B##, played open.
+    std::vector<SPitch> pitches;
+    std::vector<std::string> names;
+    for (const char letter : std::string_view("CDEFGAB")) {
+        for (const char* accidental : {"bb", "b", "", "#", "##"}) {
+            names.push_back(std::string(1, letter) + accidental);
+            pitches.push_back(*SPitch::pitchWithString(names.back() + "3"));
+        }
+    }
+    const TARVPlayableShape open(std::vector<std::int8_t>(pitches.size(), 0), TARVFingering(), {});
+    for (const std::uint8_t capo : {std::uint8_t{0}, std::uint8_t{2}}) {
+        const auto tuning = SStringedInstrumentTuning::initWithPitches(
+            pitches, 22, capo, TARVMakeSharedText("Spellings"), "", std::nullopt);
+        json expected = json::array();
+        for (const SPitch& pitch : pitches) {
+            expected.push_back(
+                pitch.note().noteWithOffset(static_cast<std::int8_t>(capo)).string());
+        }
+        const json parsed = json::parse(TARVShapeJSON::shapeJSON(open, 1, tuning.get()));
+        EXPECT_EQ(parsed["notes"], expected) << "capo " << int{capo};
+        if (capo == 0) {
+            EXPECT_EQ(parsed["notes"], json(names));
+        }
+    }
 }
 
 TEST(TARVDiagramSVG, DrawsFingerNumbersBarresAndMarks) {
