@@ -81,9 +81,10 @@ SNote spellTone(const SNote& root, int number, int semitones) {
             accidental -= 12;
         }
         if (accidental >= -2 && accidental <= 2) {
-            std::string text(1, kLetterNames[letter]);
-            text.append(static_cast<std::size_t>(std::abs(accidental)), accidental > 0 ? '#' : 'b');
-            if (const auto note = SNote::noteWithString(text)) {
+            char text[3] = {kLetterNames[letter], accidental > 0 ? '#' : 'b',
+                            accidental > 0 ? '#' : 'b'};
+            const auto length = static_cast<std::size_t>(1 + std::abs(accidental));
+            if (const auto note = SNote::noteWithString(std::string_view(text, length))) {
                 return *note;
             }
         }
@@ -106,9 +107,22 @@ std::string normalizedQualityText(std::string_view text) {
         {"MAJ", "maj"},       {"MIN", "min"},      {"DIM", "dim"},    {"AUG", "aug"},
         {"SUS", "sus"},       {"ADD", "add"},      {"ALT", "alt"},    {"OMIT", "omit"},
     };
+    // The bytes a replacement can start with.
+    static constexpr std::array<bool, 256> kLeads = [] {
+        std::array<bool, 256> leads{};
+        for (const auto& replacement : kReplacements) {
+            leads[static_cast<unsigned char>(replacement.first.front())] = true;
+        }
+        return leads;
+    }();
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
+        if (!kLeads[static_cast<unsigned char>(text.front())]) {
+            result.push_back(text.front());
+            text.remove_prefix(1);
+            continue;
+        }
         bool replaced = false;
         for (const auto& [from, to] : kReplacements) {
             if (text.starts_with(from)) {

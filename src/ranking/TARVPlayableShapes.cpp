@@ -65,7 +65,8 @@ int bitCount(std::uint16_t mask) {
 }
 
 std::uint16_t classBit(int pitchClass) {
-    return static_cast<std::uint16_t>(1u << (((pitchClass % 12) + 12) % 12));
+    const int remainder = pitchClass % 12;
+    return static_cast<std::uint16_t>(1u << (remainder < 0 ? remainder + 12 : remainder));
 }
 
 /// Whether string `s` can sound `fret` (muted, open, or above where the string starts).
