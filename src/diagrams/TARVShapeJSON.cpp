@@ -77,10 +77,6 @@ void number(char*& cursor, double value) {
         *cursor++ = '0';
         return;
     }
-    if (!std::isfinite(value)) {
-        literal(cursor, "null");
-        return;
-    }
     // Thousandths below 10^15 have at most 15 significant digits, which every double tells
     // apart: the shortest text that reads back is the decimal itself, without trailing zeros.
     const double scaled = value * 1000.0;
@@ -111,6 +107,11 @@ void number(char*& cursor, double value) {
             cursor += fraction.size;
             return;
         }
+    }
+    // Neither infinities nor NaN pass the test above.
+    if (!std::isfinite(value)) {
+        literal(cursor, "null");
+        return;
     }
     double rounded = std::round(value * 1000.0) / 1000.0;
     if (rounded == 0) {
@@ -283,6 +284,17 @@ void noteName(char*& cursor, const SNote& note) {
     cursor += name.size;
 }
 
+/// A pitch as a JSON string, its note's spelling and then its octave ("E2", "C-1"); at most
+/// `kNumberRoom` bytes.
+void pitch(char*& cursor, const SPitch& pitch) {
+    const QuotedName& name = kQuotedNames[static_cast<std::size_t>(pitch.note().letter() * 5 +
+                                                                   pitch.note().accidental() + 2)];
+    std::memcpy(cursor, name.text, sizeof name.text);
+    cursor += name.size - 1; // the closing quote comes after the octave
+    integer(cursor, pitch.octave());
+    *cursor++ = '"';
+}
+
 } // namespace put
 
 /// Appends JSON text without building a tree. The text is written through a cursor into room
@@ -411,7 +423,7 @@ void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
         writer.raw(",");
     }
     writer.key("name");
-    writer.string(tuning.name() ? *tuning.name() : std::string());
+    writer.string(tuning.name() ? std::string_view(*tuning.name()) : std::string_view());
     writer.raw(",");
     writer.key("noteString");
     writer.string(tuning.noteString());
@@ -422,18 +434,26 @@ void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
     const auto& pitches = tuning.stringPitches();
     writer.key("pitches");
     writer.raw("[");
+    char* cursor = writer.room(pitches.size() * (put::kNumberRoom + 1) + 32);
     for (std::size_t i = 0; i < pitches.size(); ++i) {
-        writer.raw(i == 0 ? "" : ",");
-        writer.string(pitches[i].string());
+        if (i != 0) {
+            *cursor++ = ',';
+        }
+        put::pitch(cursor, pitches[i]);
     }
-    writer.raw("],");
+    put::literal(cursor, "],");
+    writer.commit(cursor);
     writer.key("strings");
-    writer.raw("[");
+    cursor = writer.room(pitches.size() * (put::kNumberRoom + 1) + 32);
+    *cursor++ = '[';
     for (std::size_t i = pitches.size(); i-- > 0;) {
-        writer.string(pitches[i].string());
-        writer.raw(i == 0 ? "" : ",");
+        put::pitch(cursor, pitches[i]);
+        if (i != 0) {
+            *cursor++ = ',';
+        }
     }
-    writer.raw("],");
+    put::literal(cursor, "],");
+    writer.commit(cursor);
     writer.key("fretCount");
     writer.integer(tuning.fretCount());
     writer.raw(",");

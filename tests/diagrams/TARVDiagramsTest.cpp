@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <regex>
 #include <string>
 #include <string_view>
@@ -102,6 +103,25 @@ TEST(TARVShapeJSON, OpenStringsSoundTheTuningsOwnSpellingsAndTheCapoRespellsThem
             EXPECT_EQ(parsed["notes"], json(names));
         }
     }
+}
+
+TEST(TARVShapeJSON, TuningPitchesAreWrittenAsTheyAreSpelled) {
+    std::vector<SPitch> pitches;
+    for (const char* text : {"Cbb-1", "B##9", "F#3", "Eb0", "A-2"}) {
+        const auto pitch = SPitch::pitchWithString(text);
+        ASSERT_TRUE(pitch) << text;
+        pitches.push_back(*pitch);
+    }
+    const auto tuning = SStringedInstrumentTuning::initWithPitches(
+        pitches, 12, 0, TARVMakeSharedText("Odd"), "", std::nullopt);
+    const json parsed = json::parse(TARVShapeJSON::tuningJSON(*tuning, ""));
+    json expected = json::array();
+    for (const SPitch& pitch : pitches) {
+        expected.push_back(pitch.string());
+    }
+    EXPECT_EQ(parsed["pitches"], expected);
+    std::reverse(expected.begin(), expected.end());
+    EXPECT_EQ(parsed["strings"], expected);
 }
 
 TEST(TARVDiagramSVG, DrawsFingerNumbersBarresAndMarks) {
