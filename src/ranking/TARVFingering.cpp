@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <limits>
 #include <unordered_map>
 #include <utility>
@@ -178,18 +179,15 @@ TARVFingering::TARVFingering(std::vector<std::uint8_t> fingers, std::vector<Barr
       _crossing(crossing) {}
 
 std::uint8_t TARVFingering::fingerCount() const noexcept {
-    std::array<bool, 6> used{};
+    // One bit per finger 1 to 4 and the thumb; bit 0 (no finger) is dropped at the end.
+    unsigned used = 0;
     for (const std::uint8_t finger : _fingers) {
-        if (finger != kNone && finger <= kThumb) {
-            used[finger] = true;
-        }
+        used |= finger <= kThumb ? 1u << finger : 0u;
     }
     for (const Barre& barre : _barres) {
-        if (barre.finger <= kThumb) {
-            used[barre.finger] = true;
-        }
+        used |= barre.finger <= kThumb ? 1u << barre.finger : 0u;
     }
-    return static_cast<std::uint8_t>(std::count(used.begin() + 1, used.end(), true));
+    return static_cast<std::uint8_t>(std::popcount(used & ~1u));
 }
 
 bool TARVFingering::usesThumb() const noexcept {

@@ -46,6 +46,8 @@ TARVShapeQuery::shapes(const SChordPtr& chord, const SStringedInstrumentTuningCo
     // keeps the generator's badness.
     std::vector<const TARVChordShape*> chordShapes;
     std::vector<std::vector<std::int8_t>> fretLists;
+    chordShapes.reserve(found->size());
+    fretLists.reserve(found->size());
     for (const TARVChordShapePtr& shape : *found) {
         if (shape) {
             chordShapes.push_back(shape.get());
