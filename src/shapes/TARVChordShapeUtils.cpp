@@ -23,9 +23,6 @@ constexpr std::int64_t kScoringStringCount = 6;
 /// The base fret of a fret-number list without any sounding string.
 constexpr std::int8_t kNoSoundingStringBaseFret = 127;
 
-/// String numbers are 8-bit.
-constexpr std::size_t kMaximumStrings = 256;
-
 /// Fret lists and notes of real instruments are worked out without a heap allocation.
 constexpr std::size_t kInlineStrings = 16;
 
