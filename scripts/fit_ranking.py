@@ -14,7 +14,8 @@ import numpy as np
 FEATURES = [
     "reach", "position", "fingers", "barre", "barreStrings", "stretch", "crossing", "thumb",
     "open", "mutedBass", "mutedTreble", "mutedInner", "thinVoicing", "doubled", "dropped", "rootNotInBass", "register",
-    "fretRange", "openWithHighFrets", "openAwayFromNut", "familiarForm",
+    "fretRange", "openWithHighFrets", "openAwayFromNut", "familiarForm", "mutedOpenTone",
+    "highPosition",
 ]
 FAMILIAR = FEATURES.index("familiarForm")
 REGULARISATION = 1.0
@@ -31,26 +32,33 @@ def load_data(tool):
 
 
 def forms_of(chords):
-    """For each tuning signature and quality: how many roots print each form."""
+    """For each tuning signature and quality: how many roots print each form, and each shape
+    with open strings ("@" and its frets)."""
     counts, roots = {}, {}
     for chord in chords:
         group = counts.setdefault(chord["group"], {})
-        group[chord["form"]] = group.get(chord["form"], 0) + 1
+        for key in (chord["form"], chord["openShape"]):
+            if key:
+                group[key] = group.get(key, 0) + 1
         roots.setdefault(chord["group"], set()).add(chord["root"])
     return counts, roots
 
 
 def familiar(chord, counts, roots, training):
     """The familiar-form feature of every voicing of `chord`: the share of roots whose printed
-    shape has the voicing's form. A training chord's own shape is left out of its own count."""
+    shape has the voicing's form, plus for a voicing with open strings the share that print
+    that very shape. A training chord's own shape is left out of its own count."""
     group = counts.get(chord["group"], {})
     n = len(roots.get(chord["group"], ()))
-    own = chord["form"] if training else None
+    own = (chord["form"], chord["openShape"]) if training else ()
     if training:
         n -= 1
     values = []
-    for form in chord["forms"]:
-        count = group.get(form, 0) - (1 if form == own else 0)
+    for form, shape in zip(chord["forms"], chord["openShapes"]):
+        count = 0
+        for key in (form, shape):
+            if key:
+                count += group.get(key, 0) - (1 if key in own else 0)
         values.append(count / n if n > 0 else 0.0)
     return np.asarray(values)
 

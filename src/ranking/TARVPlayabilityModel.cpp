@@ -22,7 +22,7 @@ constexpr std::array<std::string_view, TARVPlayabilityModel::FeatureCount> kFeat
     "open",         "mutedBass", "mutedTreble",       "mutedInner",
     "thinVoicing",  "doubled",   "dropped",           "rootNotInBass",
     "register",     "fretRange", "openWithHighFrets", "openAwayFromNut",
-    "familiarForm",
+    "familiarForm", "mutedOpenTone",     "highPosition",
 };
 
 constexpr double kShortScaleLimit = 480.0;
@@ -52,10 +52,8 @@ TARVPlayabilityModel::Weights readWeights(const nlohmann::json& family, const ch
 
 /// The form key of a form text ("x,3,2,0,1,0", highest string number first).
 std::uint64_t keyOfFormText(std::string text) {
-    // "@" marks a form with open strings; the others are movable and are read one fret up, so
-    // that their lowest fret is not taken for an open string.
-    const bool fixed = !text.empty() && text.front() == '@';
-    if (fixed) {
+    const bool openShape = !text.empty() && text.front() == '@';
+    if (openShape) {
         text.erase(0, 1);
     }
     std::vector<std::int8_t> byString;
@@ -76,12 +74,19 @@ std::uint64_t keyOfFormText(std::string text) {
             if (part.empty()) {
                 return 0;
             }
-            byString.push_back(static_cast<std::int8_t>(fixed ? value : value + 1));
+            byString.push_back(static_cast<std::int8_t>(value));
         }
         start = end + 1;
     }
     std::reverse(byString.begin(), byString.end());
-    return TARVPlayabilityModel::formKey(byString.data(), byString.size());
+    const std::uint64_t key = TARVPlayabilityModel::formKey(byString.data(), byString.size());
+    if (!openShape) {
+        return key;
+    }
+    const bool open = std::find(byString.begin(), byString.end(), 0) != byString.end();
+    return open && (key & TARVPlayabilityModel::OpenShapeBit) == 0
+               ? key | TARVPlayabilityModel::OpenShapeBit
+               : 0;
 }
 
 } // namespace
@@ -181,15 +186,12 @@ std::uint64_t TARVPlayabilityModel::formKey(const std::int8_t* frets, std::size_
             lowest = frets[s];
         }
     }
+    // The lowest sounding fret is the form's own nut: a shape with open strings has the form of
+    // the barre shape that moves it up the neck.
     std::uint64_t key = 0;
-    if (lowest == 0) {
-        // A shape with open strings does not move along the neck: its form is itself, marked
-        // apart from movable forms by the top bit.
-        key = std::uint64_t{1} << 63;
-    }
     for (std::size_t s = 0; s < count; ++s) {
         const int value = frets[s] < 0 ? 0 : frets[s] - lowest + 1;
-        if (value > 15 || (lowest == 0 && s == 15)) {
+        if (value > 15) {
             return 0;
         }
         key |= static_cast<std::uint64_t>(value) << (4 * s);
@@ -204,7 +206,7 @@ std::string TARVPlayabilityModel::formText(const std::int8_t* frets, std::size_t
             lowest = frets[s];
         }
     }
-    std::string text = lowest == 0 ? "@" : "";
+    std::string text;
     for (std::size_t s = count; s-- > 0;) {
         text += frets[s] < 0 ? std::string("x") : std::to_string(frets[s] - lowest);
         if (s != 0) {
@@ -212,6 +214,25 @@ std::string TARVPlayabilityModel::formText(const std::int8_t* frets, std::size_t
         }
     }
     return text;
+}
+
+std::string TARVPlayabilityModel::openShapeText(const std::int8_t* frets, std::size_t count) {
+    const bool open = std::find(frets, frets + count, 0) != frets + count;
+    return open ? "@" + formText(frets, count) : std::string();
+}
+
+double TARVPlayabilityModel::familiarity(const FormTable& table, std::uint64_t formKey,
+                                         bool hasOpenString) noexcept {
+    double share = 0;
+    if (const auto found = table.find(formKey); found != table.end()) {
+        share += found->second;
+    }
+    if (hasOpenString && (formKey & OpenShapeBit) == 0) {
+        if (const auto found = table.find(formKey | OpenShapeBit); found != table.end()) {
+            share += found->second;
+        }
+    }
+    return share;
 }
 
 } // namespace tarv

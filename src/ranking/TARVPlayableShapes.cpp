@@ -26,6 +26,8 @@ constexpr double kPositionSpreadPenalty = 1.0;
 constexpr std::size_t kDiverseCount = 5;
 /// Above this fret, open strings ring far from the hand.
 constexpr int kHighFret = 4;
+/// From this fret up the hand has left the first position.
+constexpr int kHighPositionFret = 5;
 
 /// Everything the search needs, worked out once per request.
 struct Context {
@@ -234,6 +236,20 @@ private:
     std::unordered_map<std::uint64_t, FingeringStats> _memo;
 };
 
+/// Muted strings of `frets` whose open string would add a chord tone above `bassPitch`: notes a
+/// player gets without a finger and usually lets ring.
+int mutedOpenToneCount(const Context& context, std::span<const std::int8_t> frets,
+                       std::int32_t bassPitch) {
+    int count = 0;
+    for (std::size_t s = 0; s < frets.size(); ++s) {
+        if (frets[s] < 0 && context.openPitch[s] > bassPitch &&
+            (classBit(context.openClass[s]) & context.toneMask) != 0) {
+            ++count;
+        }
+    }
+    return count;
+}
+
 /// The features of `frets`; false when `enforceRules` and the search does not allow them, or
 /// when no hand can hold them.
 template <typename FingeringStatsOf>
@@ -307,6 +323,7 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     for (int s = firstSounding + 1; s < lastSounding; ++s) {
         mutedInner += frets[static_cast<std::size_t>(s)] < 0 ? 1 : 0;
     }
+    const int mutedOpenTones = mutedOpenToneCount(context, frets, lowestPitch);
     features[Model::Reach] =
         lowestFret > 0 ? reachBetween(context, lowestFret, highestFret) / 10.0 : 0.0;
     features[Model::Position] = lowestFret;
@@ -330,13 +347,13 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     features[Model::FretRange] = highestFret - lowestFret;
     features[Model::OpenWithHighFrets] = highestFret > kHighFret ? open : 0;
     features[Model::OpenAwayFromNut] = open * std::max(0, lowestFret - 1);
-    features[Model::FamiliarForm] = 0;
-    if (context.forms != nullptr) {
-        const auto found = context.forms->find(Model::formKey(frets.data(), frets.size()));
-        if (found != context.forms->end()) {
-            features[Model::FamiliarForm] = found->second;
-        }
-    }
+    features[Model::FamiliarForm] =
+        context.forms != nullptr
+            ? Model::familiarity(*context.forms, Model::formKey(frets.data(), frets.size()),
+                                 open > 0)
+            : 0.0;
+    features[Model::MutedOpenTone] = mutedOpenTones;
+    features[Model::HighPosition] = lowestFret >= kHighPositionFret ? 1 : 0;
     return true;
 }
 
@@ -609,7 +626,7 @@ private:
         /// `TARVPlayabilityModel::formKey` of the frets chosen so far, for a shape whose lowest
         /// sounding fret is the nut and for one whose lowest is the window's first fret, and
         /// whether each still fits the key.
-        std::uint64_t openFormKey = std::uint64_t{1} << 63;
+        std::uint64_t openFormKey = 0;
         std::uint64_t windowFormKey = 0;
         bool openFormFits = true;
         bool windowFormFits = true;
@@ -676,7 +693,7 @@ private:
                 }
                 if (string < 16) {
                     const auto openValue = static_cast<std::uint64_t>(fret + 1);
-                    next.openFormFits = next.openFormFits && openValue <= 15 && string != 15;
+                    next.openFormFits = next.openFormFits && openValue <= 15;
                     next.openFormKey |= openValue << keyShift;
                     if (fret > 0) {
                         const auto windowValue = static_cast<std::uint64_t>(fret - _window + 1);
@@ -719,15 +736,13 @@ private:
         sum += w[Model::FretRange] * range;
         sum += w[Model::OpenWithHighFrets] * (highestFret > kHighFret ? open : 0);
         sum += w[Model::OpenAwayFromNut] * open * std::max(0, lowestFret - 1);
-        // An open string makes the nut the lowest sounding fret; with sixteen strings such a
-        // form has no key.
-        const bool fits = open > 0 ? state.openFormFits && strings < 16 : state.windowFormFits;
+        sum += w[Model::MutedOpenTone] * mutedOpenToneCount(_context, _frets, state.lowestPitch);
+        sum += w[Model::HighPosition] * (lowestFret >= kHighPositionFret ? 1 : 0);
+        // An open string makes the nut the lowest sounding fret.
+        const bool fits = open > 0 ? state.openFormFits : state.windowFormFits;
         if (_context.forms != nullptr && strings <= 16 && fits) {
             const std::uint64_t key = open > 0 ? state.openFormKey : state.windowFormKey;
-            const auto found = _context.forms->find(key);
-            if (found != _context.forms->end()) {
-                sum += w[Model::FamiliarForm] * found->second;
-            }
+            sum += w[Model::FamiliarForm] * Model::familiarity(*_context.forms, key, open > 0);
         }
         return sum - kBoundMargin * (1.0 + std::abs(sum));
     }

@@ -68,6 +68,8 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
                 TARVPlayableShapes::allVoicings(voicing.chord, tuning);
             nlohmann::json features = nlohmann::json::array();
             nlohmann::json forms = nlohmann::json::array();
+            nlohmann::json openShapes = nlohmann::json::array();
+            nlohmann::json voicings = nlohmann::json::array();
             long wellKnownIndex = -1;
             for (std::size_t i = 0; i < all.size(); ++i) {
                 if (all[i].frets() == voicing.frets) {
@@ -80,6 +82,9 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
                 features.push_back(std::move(values));
                 forms.push_back(
                     TARVPlayabilityModel::formText(all[i].frets().data(), all[i].frets().size()));
+                openShapes.push_back(TARVPlayabilityModel::openShapeText(all[i].frets().data(),
+                                                                         all[i].frets().size()));
+                voicings.push_back(all[i].fretText());
             }
             nlohmann::json line = {
                 {"instrument", instrumentOf(file)},
@@ -97,7 +102,11 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
                 {"found", wellKnownIndex >= 0},
                 {"wellKnown", wellKnownIndex},
                 {"features", std::move(features)},
+                {"openShape", TARVPlayabilityModel::openShapeText(voicing.frets.data(),
+                                                                  voicing.frets.size())},
                 {"forms", std::move(forms)},
+                {"openShapes", std::move(openShapes)},
+                {"voicings", std::move(voicings)},
             };
             out << line.dump() << "\n";
         }

@@ -46,6 +46,8 @@ public:
         OpenWithHighFrets, ///< open strings sounding beside fretted notes above the fourth fret
         OpenAwayFromNut,   ///< open strings times the frets the hand sits above the first
         FamiliarForm,      ///< share of roots whose printed shape has this voicing's form
+        MutedOpenTone,     ///< muted strings that would sound a chord tone above the bass open
+        HighPosition,      ///< 1 when the lowest fretted fret is the fifth or above
         FeatureCount
     };
     using Features = std::array<double, FeatureCount>;
@@ -84,13 +86,21 @@ public:
     /// signature and a quality key; null when the model knows none.
     using FormTable = std::unordered_map<std::uint64_t, double>;
     const FormTable* formsFor(const std::string& signature, const std::string& qualityKey) const;
-    /// Four bits a string: 0 muted, otherwise 1 plus the fret above the lowest sounding fret,
-    /// and the top bit set for a form with open strings (which only fits the one root whose
-    /// tones the open strings play); 0 when the form does not fit.
+    /// Four bits a string: 0 muted, otherwise 1 plus the fret above the lowest sounding fret; 0
+    /// when the form does not fit. Open strings count as the form's lowest fret, so an open
+    /// shape shares its form with the barre shape that moves it up the neck (x,3,2,0,1,0 and
+    /// x,5,4,2,3,2).
     static std::uint64_t formKey(const std::int8_t* frets, std::size_t count) noexcept;
-    /// "x,3,2,0,1,0": the frets less the lowest sounding fret, highest string number first;
-    /// a form with open strings is written as it is, after "@" ("@x,3,2,0,1,0").
+    /// "x,3,2,0,1,0": the frets less the lowest sounding fret, highest string number first.
     static std::string formText(const std::int8_t* frets, std::size_t count);
+    /// A shape with open strings is also known by itself: its form key with this bit set, and
+    /// its form text after "@" ("@x,3,2,0,1,0"). A shape without open strings has none ("").
+    static constexpr std::uint64_t OpenShapeBit = std::uint64_t{1} << 63;
+    static std::string openShapeText(const std::int8_t* frets, std::size_t count);
+    /// How familiar a voicing of form `formKey` is: the share of its form in `table`, plus, for
+    /// a voicing with open strings (`hasOpenString`), the share of that very shape.
+    static double familiarity(const FormTable& table, std::uint64_t formKey,
+                              bool hasOpenString) noexcept;
 
 private:
     std::array<Weights, 2> _weights{};
