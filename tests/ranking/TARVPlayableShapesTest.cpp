@@ -102,6 +102,40 @@ TEST(TARVPlayableShapes, ScoreIsTheSumOfItsNamedTerms) {
     }
 }
 
+double termOf(const std::string& chord, const SStringedInstrumentTuningConstPtr& instrument,
+              const std::vector<std::int8_t>& frets, std::string_view name) {
+    const auto shape =
+        TARVPlayableShapes::scoreFrets(frets, SChord::chordWithString(chord), instrument);
+    EXPECT_TRUE(shape.has_value()) << chord;
+    return shape ? shape->termValue(name) : -1;
+}
+
+TEST(TARVPlayableShapes, MutedStringsThatWouldRingAChordToneOpenAreCounted) {
+    // Frets by string number, string 0 the highest. x,3,2,0,1,x leaves the high E unplayed.
+    EXPECT_EQ(termOf("C", kGuitar, {-1, 1, 0, 2, 3, -1}, "mutedOpenTone"), 1);
+    EXPECT_EQ(termOf("C", kGuitar, {0, 1, 0, 2, 3, -1}, "mutedOpenTone"), 0);
+    // The low E is a tone of C, but open it would sound below the bass.
+    EXPECT_EQ(termOf("C", kGuitar, {0, 1, 0, 2, 3, -1}, "mutedBass"), 1);
+    // x,x,0,2,3,2: the open A is a tone of D, but lies below the D that is the bass.
+    EXPECT_EQ(termOf("D", kGuitar, {2, 3, 2, 0, -1, -1}, "mutedOpenTone"), 0);
+    // x,x,2,1,x,0 for E: the open G is no tone of E; the open B is.
+    EXPECT_EQ(termOf("E", kGuitar, {0, -1, 1, 2, -1, -1}, "mutedOpenTone"), 1);
+    // Re-entrant ukulele: the high G left out of x,0,0,3 would sound above the C4 bass.
+    EXPECT_EQ(termOf("C", kUkulele, {3, 0, 0, -1}, "mutedOpenTone"), 1);
+    EXPECT_EQ(termOf("C", kUkulele, {3, 0, 0, 0}, "mutedOpenTone"), 0);
+}
+
+TEST(TARVPlayableShapes, AHandFromTheFifthFretUpIsHighPosition) {
+    EXPECT_EQ(termOf("C", kGuitar, {3, 5, 5, 5, 3, -1}, "highPosition"), 0);
+    EXPECT_EQ(termOf("C", kGuitar, {0, 1, 0, 2, 3, -1}, "highPosition"), 0);
+    EXPECT_EQ(termOf("G", kGuitar, {3, 3, 4, 5, 5, 3}, "highPosition"), 0);
+    EXPECT_EQ(termOf("A", kGuitar, {5, 5, 6, 7, 7, 5}, "highPosition"), 1);
+    EXPECT_EQ(termOf("C", kGuitar, {8, 8, 9, 10, 10, 8}, "highPosition"), 1);
+    // Frets count from the capo.
+    EXPECT_EQ(termOf("D", tuning("E2 A2 D3 G3 B3 E4", 22, 2), {0, 1, 0, 2, 3, -1}, "highPosition"),
+              0);
+}
+
 TEST(TARVPlayableShapes, AbsentChordOrTuningGivesNothing) {
     EXPECT_TRUE(TARVPlayableShapes::shapesForChord(nullptr, kGuitar).empty());
     EXPECT_TRUE(TARVPlayableShapes::shapesForChord(SChord::chordWithString("C"), nullptr).empty());
