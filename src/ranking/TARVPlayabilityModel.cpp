@@ -17,12 +17,12 @@ extern const char* const kTARVPlayabilityModelJSON;
 namespace {
 
 constexpr std::array<std::string_view, TARVPlayabilityModel::FeatureCount> kFeatureNames = {
-    "reach",        "position",  "fingers",           "barre",
-    "barreStrings", "stretch",   "crossing",          "thumb",
-    "open",         "mutedBass", "mutedTreble",       "mutedInner",
-    "thinVoicing",  "doubled",   "dropped",           "rootNotInBass",
-    "register",     "fretRange", "openWithHighFrets", "openAwayFromNut",
-    "familiarForm", "mutedOpenTone",     "highPosition",
+    "reach",        "position",      "fingers",           "barre",
+    "barreStrings", "stretch",       "crossing",          "thumb",
+    "open",         "mutedBass",     "mutedTreble",       "mutedInner",
+    "thinVoicing",  "doubled",       "dropped",           "rootNotInBass",
+    "register",     "fretRange",     "openWithHighFrets", "openAwayFromNut",
+    "familiarForm", "mutedOpenTone", "highPosition",
 };
 
 constexpr double kShortScaleLimit = 480.0;

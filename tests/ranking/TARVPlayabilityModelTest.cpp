@@ -63,12 +63,12 @@ TEST(TARVPlayabilityModel, AnOpenShapeIsKnownByItselfOnlyForItsOwnFrets) {
     ASSERT_NE(forms, nullptr);
     const std::int8_t openD[] = {2, 3, 2, 0, -1, -1};
     const std::int8_t movedD[] = {4, 5, 4, 2, -1, -1};
-    EXPECT_EQ(TARVPlayabilityModel::familiarity(*forms, TARVPlayabilityModel::formKey(openD, 6),
-                                                true),
-              1);
-    EXPECT_EQ(TARVPlayabilityModel::familiarity(*forms, TARVPlayabilityModel::formKey(movedD, 6),
-                                                false),
-              0);
+    EXPECT_EQ(
+        TARVPlayabilityModel::familiarity(*forms, TARVPlayabilityModel::formKey(openD, 6), true),
+        1);
+    EXPECT_EQ(
+        TARVPlayabilityModel::familiarity(*forms, TARVPlayabilityModel::formKey(movedD, 6), false),
+        0);
     // "@" needs an open string to be a shape of its own.
     EXPECT_THROW(TARVPlayabilityModel::modelWithJSON(
                      R"({"families": {"long": {"weights": {}}, "short": {"weights": {}}},
