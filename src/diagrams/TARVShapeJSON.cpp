@@ -462,48 +462,40 @@ void writeTuning(Writer& writer, const SStringedInstrumentTuning& tuning,
     writer.raw("}");
 }
 
-/// The keys of the score terms as written, kept from one shape to the next: the shapes of an
-/// answer name their terms alike, from the same text.
+/// The keys of the score terms as written, kept from one shape to the next: shapes scored by the
+/// same weights name their terms alike, from the same table.
 class TermKeys {
 public:
     /// Keys up to this long are copied whole as one block, from text padded to its length.
     static constexpr std::size_t kBlock = 32;
-    /// What the text of one key is expected to take at most, to make room for all at once.
-    static constexpr std::size_t kReserved = 192;
 
-    /// Makes the keys of `terms` ready and answers the room that writing them with their values
-    /// and the commas between them takes at most.
-    std::size_t prepare(std::span<const TARVPlayableShape::Term> terms) {
-        if (_keys.size() < terms.size()) {
-            _keys.resize(terms.size());
+    /// Makes the keys of `shape`'s terms ready and answers the room that writing them with their
+    /// values and the commas between them takes at most.
+    std::size_t prepare(const TARVPlayableShape& shape) {
+        const TARVPlayableShape::TermTablePtr& table = shape.termTable();
+        if (table == _table) [[likely]] {
+            return _room;
         }
-        if (_text.empty()) {
-            _text.reserve(terms.size() * kReserved);
+        // Held, so that no other table can come to have this one's address.
+        _table = table;
+        _keys.clear();
+        _text.clear();
+        _room = 0;
+        if (!_table) {
+            return _room;
         }
-        bool changed = terms.size() != _count;
-        for (std::size_t i = 0; i < terms.size(); ++i) {
-            const std::string_view name = terms[i].name;
-            Key& key = _keys[i];
-            if (key.name.data() != name.data() || key.name.size() != name.size() || key.size == 0)
-                [[unlikely]] {
-                // Each key has its own stretch of the text, padded to a block.
-                key.name = name;
-                key.offset = _text.size();
-                _text.append(put::stringRoom(name.size()) + 1 + kBlock, ' ');
-                char* const begin = _text.data() + key.offset;
-                char* end = begin;
-                put::string(end, name);
-                *end++ = ':';
-                key.size = static_cast<std::size_t>(end - begin);
-                changed = true;
-            }
-        }
-        if (changed) {
-            _count = terms.size();
-            _room = 0;
-            for (std::size_t i = 0; i < terms.size(); ++i) {
-                _room += std::max(_keys[i].size, kBlock) + 1 + put::kNumberRoom;
-            }
+        for (const TARVPlayableShape::Term& term : *_table) {
+            // Each key has its own stretch of the text, padded to a block.
+            Key key;
+            key.offset = _text.size();
+            _text.append(put::stringRoom(term.name.size()) + 1 + kBlock, ' ');
+            char* const begin = _text.data() + key.offset;
+            char* end = begin;
+            put::string(end, term.name);
+            *end++ = ':';
+            key.size = static_cast<std::size_t>(end - begin);
+            _keys.push_back(key);
+            _room += std::max(key.size, kBlock) + 1 + put::kNumberRoom;
         }
         return _room;
     }
@@ -522,24 +514,27 @@ public:
 
 private:
     struct Key {
-        std::string_view name;
         /// Where in `_text` the key as written starts, and its length.
         std::size_t offset = 0;
         std::size_t size = 0;
     };
+    TARVPlayableShape::TermTablePtr _table;
     std::vector<Key> _keys;
     /// The keys as written, each followed by padding.
     std::string _text;
-    /// The terms the room was counted for, and the room.
-    std::size_t _count = 0;
     std::size_t _room = 0;
 };
 
-/// What the shapes of one answer are written with, kept from one shape to the next.
+/// What shapes are written with, kept from one shape to the next on each thread.
 struct ShapeScratch {
     TermKeys termKeys;
     TARVChordShape chordShape;
     std::vector<SNote> notes;
+
+    static ShapeScratch& local() {
+        thread_local ShapeScratch scratch;
+        return scratch;
+    }
 };
 
 /// The most a fret, finger or string number takes with the comma after it.
@@ -558,7 +553,7 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     const std::span<const std::int8_t> frets = shape.frets();
     const std::span<const TARVFingering::Barre> barres = fingering.barres();
     const std::span<const std::uint8_t> fingers = fingering.fingers();
-    const std::span<const TARVPlayableShape::Term> terms = shape.terms();
+    const TARVPlayableShape::Terms terms = shape.terms();
     const std::size_t stringCount = frets.size();
 
     // Everything up to the notes, in room made at once.
@@ -659,13 +654,14 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
     put::literal(cursor, "],\"terms\":{");
     writer.commit(cursor);
 
-    cursor = writer.room(scratch.termKeys.prepare(terms) + 2);
-    for (std::size_t i = 0; i < terms.size(); ++i) {
+    cursor = writer.room(scratch.termKeys.prepare(shape) + 2);
+    std::size_t i = 0;
+    for (const TARVPlayableShape::Term term : terms) {
         if (i != 0) {
             *cursor++ = ',';
         }
-        scratch.termKeys.put(cursor, i);
-        put::number(cursor, terms[i].contribution());
+        scratch.termKeys.put(cursor, i++);
+        put::number(cursor, term.contribution());
     }
     put::literal(cursor, "}}");
     writer.commit(cursor);
@@ -700,8 +696,7 @@ std::string TARVShapeJSON::shapeJSON(const TARVPlayableShape& shape, std::size_t
     std::string out;
     {
         Writer writer(out);
-        ShapeScratch scratch;
-        writeShape(writer, shape, rank, tuning, scratch);
+        writeShape(writer, shape, rank, tuning, ShapeScratch::local());
     }
     return out;
 }
@@ -718,7 +713,7 @@ std::string TARVShapeJSON::answerJSON(const SChord& chord, const SStringedInstru
         writer.raw(",\"tuning\":");
         writeTuning(writer, tuning, instrumentName);
         writer.raw(",\"shapes\":[");
-        ShapeScratch scratch;
+        ShapeScratch& scratch = ShapeScratch::local();
         for (std::size_t i = 0; i < shapes.size(); ++i) {
             if (i != 0) {
                 writer.raw(",");

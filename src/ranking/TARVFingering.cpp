@@ -176,9 +176,7 @@ Candidate assignFingers(const InlineList<Unit, kInlineStrings>& positions,
 TARVFingering::TARVFingering(std::vector<std::uint8_t> fingers, std::vector<Barre> barres,
                              double stretch, double crossing)
     : _fingers(std::move(fingers)), _barres(std::move(barres)), _stretch(stretch),
-      _crossing(crossing) {}
-
-std::uint8_t TARVFingering::fingerCount() const noexcept {
+      _crossing(crossing) {
     // One bit per finger 1 to 4 and the thumb; bit 0 (no finger) is dropped at the end.
     unsigned used = 0;
     for (const std::uint8_t finger : _fingers) {
@@ -187,7 +185,9 @@ std::uint8_t TARVFingering::fingerCount() const noexcept {
     for (const Barre& barre : _barres) {
         used |= barre.finger <= kThumb ? 1u << barre.finger : 0u;
     }
-    return static_cast<std::uint8_t>(std::popcount(used & ~1u));
+    for (used &= ~1u; used != 0; used &= used - 1) {
+        ++_fingerCount;
+    }
 }
 
 bool TARVFingering::usesThumb() const noexcept {

@@ -127,6 +127,17 @@ TARVPlayabilityModel TARVPlayabilityModel::modelWithJSON(std::string_view text) 
     return model;
 }
 
+TARVPlayabilityModel::TARVPlayabilityModel(const Weights& longWeights, const Weights& shortWeights)
+    : _weights{longWeights, shortWeights} {
+    for (std::size_t family = 0; family < _weights.size(); ++family) {
+        auto table = std::make_shared<TARVPlayableShape::TermTable>(FeatureCount);
+        for (std::size_t i = 0; i < FeatureCount; ++i) {
+            (*table)[i] = {kFeatureNames[i], 0, _weights[family][i]};
+        }
+        _termTables[family] = std::move(table);
+    }
+}
+
 const TARVPlayabilityModel& TARVPlayabilityModel::shared() {
     static const TARVPlayabilityModel model = modelWithJSON(kTARVPlayabilityModelJSON);
     return model;

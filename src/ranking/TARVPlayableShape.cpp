@@ -5,19 +5,70 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <stdexcept>
 
 namespace tarv {
 
+TARVPlayableShape::Term TARVPlayableShape::Terms::operator[](std::size_t index) const {
+    if (index >= _count) {
+        throw std::out_of_range("TARVPlayableShape::Terms: no term " + std::to_string(index) +
+                                " of " + std::to_string(_count));
+    }
+    return term(index);
+}
+
 TARVPlayableShape::TARVPlayableShape(std::vector<std::int8_t> frets, TARVFingering fingering,
-                                     std::vector<Term> terms)
-    : _frets(std::move(frets)), _fingering(std::move(fingering)), _terms(std::move(terms)) {
-    for (const Term& term : _terms) {
-        _score += term.contribution();
+                                     const std::vector<Term>& terms)
+    : _frets(std::move(frets)), _fingering(std::move(fingering)) {
+    if (terms.empty()) {
+        return;
+    }
+    _termTable = std::make_shared<const TermTable>(terms);
+    std::vector<double> values;
+    values.reserve(terms.size());
+    for (const Term& term : terms) {
+        values.push_back(term.value);
+    }
+    setTermValues(values);
+}
+
+TARVPlayableShape::TARVPlayableShape(std::vector<std::int8_t> frets, TARVFingering fingering,
+                                     TermTablePtr table, std::span<const double> values)
+    : _frets(std::move(frets)), _fingering(std::move(fingering)), _termTable(std::move(table)) {
+    if (values.size() != (_termTable ? _termTable->size() : 0)) {
+        throw std::invalid_argument("TARVPlayableShape: " + std::to_string(values.size()) +
+                                    " term values for " +
+                                    std::to_string(_termTable ? _termTable->size() : 0) + " terms");
+    }
+    setTermValues(values);
+}
+
+void TARVPlayableShape::setTermValues(std::span<const double> values) {
+    if (!_termTable) {
+        return;
+    }
+    const TermTable& table = *_termTable;
+    if (values.size() <= kInlineTermValues) {
+        std::copy(values.begin(), values.end(), _termValues.begin());
+    } else {
+        _moreTermValues.assign(values.begin(), values.end());
+    }
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        _score += values[i] * table[i].weight;
     }
 }
 
+TARVPlayableShape::Terms TARVPlayableShape::terms() const noexcept {
+    if (!_termTable) {
+        return Terms(nullptr, nullptr, 0);
+    }
+    const std::size_t count = _termTable->size();
+    return Terms(_termTable->data(),
+                 count <= kInlineTermValues ? _termValues.data() : _moreTermValues.data(), count);
+}
+
 double TARVPlayableShape::termValue(std::string_view name) const noexcept {
-    for (const Term& term : _terms) {
+    for (const Term term : terms()) {
         if (term.name == name) {
             return term.value;
         }

@@ -339,9 +339,8 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     features[Model::MutedBass] = static_cast<int>(frets.size()) - 1 - lastSounding;
     features[Model::MutedInner] = mutedInner;
     features[Model::ThinVoicing] = std::max(0, static_cast<int>(frets.size()) - 2 - sounding);
-    features[Model::Doubled] = sounding - std::popcount(covered);
-    features[Model::Dropped] =
-        std::popcount(static_cast<std::uint16_t>(context.toneMask & ~covered));
+    features[Model::Doubled] = sounding - bitCount(covered);
+    features[Model::Dropped] = bitCount(static_cast<std::uint16_t>(context.toneMask & ~covered));
     features[Model::RootNotInBass] = rootInBass ? 0 : 1;
     features[Model::Register] = (pitchSum / sounding - context.meanOpenPitch) / 12.0;
     features[Model::FretRange] = highestFret - lowestFret;
@@ -361,20 +360,8 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
 TARVPlayableShape buildShape(const Context& context, std::vector<std::int8_t> frets,
                              const Model::Features& features,
                              std::optional<TARVFingering> fingering) {
-    static const std::array<std::string_view, Model::FeatureCount> kNames = [] {
-        std::array<std::string_view, Model::FeatureCount> names;
-        for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
-            names[i] = Model::featureName(static_cast<Model::Feature>(i));
-        }
-        return names;
-    }();
-    const auto& weights = context.model->weights(context.family);
-    std::vector<TARVPlayableShape::Term> terms(Model::FeatureCount);
-    for (std::size_t i = 0; i < Model::FeatureCount; ++i) {
-        terms[i] = {kNames[i], features[i], weights[i]};
-    }
     return TARVPlayableShape(std::move(frets), fingering ? std::move(*fingering) : TARVFingering(),
-                             std::move(terms));
+                             context.model->termTable(context.family), features);
 }
 
 TARVPlayableShape buildShape(const Context& context, std::span<const std::int8_t> frets,

@@ -54,6 +54,16 @@ TEST(TARVFingering, ThumbOnlyWhenTheHandAllowsIt) {
     EXPECT_EQ(fingersOf("x,3,5,4,6,7", thumb), "none");
 }
 
+TEST(TARVFingering, FingerCountCountsABarreOnceAndTheThumbAsOne) {
+    const TARVFingering barreAndThumb({TARVFingering::kThumb, 1, 3, 1, 1, 0},
+                                      {TARVFingering::Barre{2, 0, 4, 1}}, 0, 0);
+    EXPECT_EQ(barreAndThumb.fingerCount(), 3);
+    // A barre laid by a finger no string lists still counts; values past the thumb do not.
+    const TARVFingering barreOnly({0, 0, 0, 9}, {TARVFingering::Barre{5, 0, 2, 2}}, 0, 0);
+    EXPECT_EQ(barreOnly.fingerCount(), 1);
+    EXPECT_EQ(TARVFingering().fingerCount(), 0);
+}
+
 TEST(TARVFingering, NothingFrettedNeedsNoFinger) {
     const auto f = TARVFingering::fingeringForFrets(frets("0,x,0,0"));
     ASSERT_TRUE(f);

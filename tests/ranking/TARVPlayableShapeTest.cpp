@@ -7,6 +7,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -87,6 +91,78 @@ TEST(TARVPlayableShape, ChordShapeBadnessIsTheScoreRoundedAndNeverBelowZero) {
     EXPECT_EQ(playable({0, 1, 0, 2, 3, -1}, 2.5).chordShape()->badness(), 3U);
     EXPECT_EQ(playable({0, 1, 0, 2, 3, -1}, 2.49).chordShape()->badness(), 2U);
     EXPECT_EQ(playable({0, 1, 0, 2, 3, -1}, -4).chordShape()->badness(), 0U);
+}
+
+TEST(TARVPlayableShape, TermsReadBackAsTheyWereGiven) {
+    // More terms than a shape keeps in itself, to read back the ones it keeps elsewhere too.
+    for (const std::size_t count :
+         {std::size_t{0}, std::size_t{3}, std::size_t{24}, std::size_t{25}, std::size_t{40}}) {
+        std::vector<std::string> names;
+        for (std::size_t i = 0; i < count; ++i) {
+            names.push_back("term" + std::to_string(i));
+        }
+        std::vector<TARVPlayableShape::Term> given;
+        double expectedScore = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            given.push_back(
+                {names[i], 0.5 * static_cast<double>(i) - 3, 1.0 + static_cast<double>(i % 4)});
+            expectedScore += given.back().contribution();
+        }
+        const TARVPlayableShape shape({0, 2, 2, 1, 0, 0}, TARVFingering(), given);
+        const TARVPlayableShape::Terms terms = shape.terms();
+        ASSERT_EQ(terms.size(), count);
+        EXPECT_EQ(terms.empty(), count == 0);
+        EXPECT_EQ(shape.termTable() == nullptr, count == 0);
+        std::size_t i = 0;
+        for (const TARVPlayableShape::Term& term : terms) {
+            EXPECT_EQ(term.name, names[i]);
+            EXPECT_EQ(term.value, given[i].value);
+            EXPECT_EQ(term.weight, given[i].weight);
+            EXPECT_EQ(terms[i].value, given[i].value);
+            ++i;
+        }
+        EXPECT_EQ(i, count);
+        EXPECT_EQ(terms.end() - terms.begin(), static_cast<std::ptrdiff_t>(count));
+        EXPECT_THROW(terms[count], std::out_of_range);
+        EXPECT_EQ(shape.score(), expectedScore);
+        if (count > 0) {
+            EXPECT_EQ(shape.termValue(names.back()), given.back().value);
+        }
+        EXPECT_EQ(shape.termValue("absent"), 0);
+    }
+}
+
+TEST(TARVPlayableShape, ShapesOfOneTableShareItAndKeepTheirOwnValues) {
+    auto table = std::make_shared<TARVPlayableShape::TermTable>(
+        TARVPlayableShape::TermTable{{"reach", 0, 2.0}, {"open", 0, -1.0}});
+    const std::vector<double> firstValues{3.0, 2.0};
+    const std::vector<double> secondValues{1.5, 0.0};
+    const TARVPlayableShape first({-1, 3, 2, 0, 1, 0}, TARVFingering(), table, firstValues);
+    TARVPlayableShape second({-1, 5, 4, 2, 3, 2}, TARVFingering(), table, secondValues);
+    EXPECT_EQ(first.termTable().get(), table.get());
+    EXPECT_EQ(second.termTable().get(), table.get());
+    EXPECT_EQ(first.score(), 4.0);
+    EXPECT_EQ(second.score(), 3.0);
+    EXPECT_EQ(first.termValue("reach"), 3.0);
+    EXPECT_EQ(second.termValue("reach"), 1.5);
+    // A copy keeps its own values when the shape it was copied from takes another's.
+    const TARVPlayableShape copy = second;
+    second = first;
+    EXPECT_EQ(copy.termValue("reach"), 1.5);
+    EXPECT_EQ(copy.terms()[1].weight, -1.0);
+    EXPECT_EQ(second.termValue("reach"), 3.0);
+}
+
+TEST(TARVPlayableShape, TermValuesMustMatchTheirTable) {
+    auto table = std::make_shared<TARVPlayableShape::TermTable>(
+        TARVPlayableShape::TermTable{{"reach", 0, 2.0}, {"open", 0, -1.0}});
+    const std::vector<double> one{1.0};
+    EXPECT_THROW(TARVPlayableShape({0, 0, 0}, TARVFingering(), table, one), std::invalid_argument);
+    EXPECT_THROW(TARVPlayableShape({0, 0, 0}, TARVFingering(), nullptr, one),
+                 std::invalid_argument);
+    const TARVPlayableShape none({0, 0, 0}, TARVFingering(), nullptr, std::span<const double>());
+    EXPECT_TRUE(none.terms().empty());
+    EXPECT_EQ(none.score(), 0);
 }
 
 } // namespace

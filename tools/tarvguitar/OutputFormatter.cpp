@@ -82,7 +82,8 @@ std::string rankSummary(const TARVPlayableShape& shape, std::size_t rank) {
 }
 
 std::vector<std::string> termLines(const TARVPlayableShape& shape) {
-    std::vector<TARVPlayableShape::Term> terms = shape.terms();
+    const TARVPlayableShape::Terms shapeTerms = shape.terms();
+    std::vector<TARVPlayableShape::Term> terms(shapeTerms.begin(), shapeTerms.end());
     std::stable_sort(terms.begin(), terms.end(), [](const auto& a, const auto& b) {
         return std::abs(a.contribution()) > std::abs(b.contribution());
     });

@@ -57,7 +57,7 @@ public:
     const std::vector<std::uint8_t>& fingers() const noexcept { return _fingers; }
     const std::vector<Barre>& barres() const noexcept { return _barres; }
     /// Fingers in use, a barre counting once and the thumb counting as one.
-    std::uint8_t fingerCount() const noexcept;
+    std::uint8_t fingerCount() const noexcept { return _fingerCount; }
     bool usesThumb() const noexcept;
     /// Frets of stretch beyond one fret per finger, summed over neighbouring fingers.
     double stretch() const noexcept { return _stretch; }
@@ -76,6 +76,7 @@ private:
     std::vector<Barre> _barres;
     double _stretch = 0;
     double _crossing = 0;
+    std::uint8_t _fingerCount = 0;
 };
 
 } // namespace tarv

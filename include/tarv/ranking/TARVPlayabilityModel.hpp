@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tarv/ranking/TARVPlayableShape.hpp"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -65,9 +67,8 @@ public:
     /// family does not name weighs 0. Throws std::invalid_argument on unreadable text.
     static TARVPlayabilityModel modelWithJSON(std::string_view text);
 
-    TARVPlayabilityModel() = default;
-    TARVPlayabilityModel(const Weights& longWeights, const Weights& shortWeights)
-        : _weights{longWeights, shortWeights} {}
+    TARVPlayabilityModel() : TARVPlayabilityModel(Weights{}, Weights{}) {}
+    TARVPlayabilityModel(const Weights& longWeights, const Weights& shortWeights);
 
     /// Short for instruments whose default scale length is 480 mm or less.
     static Family familyOfTuning(const SStringedInstrumentTuning& tuning);
@@ -75,6 +76,10 @@ public:
         return _weights[family == Family::Long ? 0 : 1];
     }
     double score(const Features& features, Family family) const noexcept;
+    /// The features named and weighted as the score terms of the shapes `family` scores.
+    const TARVPlayableShape::TermTablePtr& termTable(Family family) const noexcept {
+        return _termTables[family == Family::Long ? 0 : 1];
+    }
 
     /// The intervals in semitones between neighbouring strings, from the highest string number
     /// down to string 0 ("5,5,5,4,5" for a guitar in standard tuning).
@@ -104,6 +109,7 @@ public:
 
 private:
     std::array<Weights, 2> _weights{};
+    std::array<TARVPlayableShape::TermTablePtr, 2> _termTables;
     std::unordered_map<std::string, FormTable> _forms;
 };
 
