@@ -527,6 +527,19 @@ public:
             return context.openPitch[a] < context.openPitch[b];
         });
         _leaves.stringCount = context.stringCount;
+        // Every string's chord tones along the neck, looked up by each window.
+        const std::size_t frets = static_cast<std::size_t>(context.maxFret) + 1;
+        _toneAt.resize(context.stringCount * frets);
+        for (std::size_t s = 0; s < context.stringCount; ++s) {
+            for (int fret = 0; fret <= context.maxFret; ++fret) {
+                Choice& tone = _toneAt[s * frets + static_cast<std::size_t>(fret)];
+                tone.fret = static_cast<std::int8_t>(fret);
+                tone.pitch = pitchAt(context, s, fret);
+                tone.bit = isOnString(context, s, fret)
+                               ? static_cast<std::uint16_t>(classBit(tone.pitch) & context.toneMask)
+                               : 0;
+            }
+        }
     }
 
     void run() {
@@ -542,19 +555,18 @@ public:
                 }
             }
             bool windowHasTone = window == 0;
+            const std::size_t frets = static_cast<std::size_t>(_context.maxFret) + 1;
             for (std::size_t s = 0; s < _context.stringCount; ++s) {
                 std::vector<Choice>& choices = _choices[s];
                 choices.clear();
                 choices.push_back({-1, 0, 0});
-                if ((classBit(_context.openClass[s]) & _context.toneMask) != 0) {
-                    choices.push_back(
-                        {0, classBit(_context.openClass[s]), pitchAt(_context, s, 0)});
+                const Choice* const tones = _toneAt.data() + s * frets;
+                if (tones[0].bit != 0) {
+                    choices.push_back(tones[0]);
                 }
-                for (int fret = std::max({window, 1, _context.startFret[s] + 1});
-                     window > 0 && fret <= last; ++fret) {
-                    const std::int32_t pitch = pitchAt(_context, s, fret);
-                    if ((classBit(pitch) & _context.toneMask) != 0) {
-                        choices.push_back({static_cast<std::int8_t>(fret), classBit(pitch), pitch});
+                for (int fret = std::max(window, 1); window > 0 && fret <= last; ++fret) {
+                    if (tones[fret].bit != 0) {
+                        choices.push_back(tones[fret]);
                         windowHasTone = windowHasTone || fret == window;
                     }
                 }
@@ -745,6 +757,9 @@ private:
         std::int32_t pitch;
     };
     std::vector<std::vector<Choice>> _choices;
+    /// Per string and fret (string-major): the choice of that fret, its bit 0 when the fret
+    /// sounds no chord tone or lies below where the string starts.
+    std::vector<Choice> _toneAt;
     std::vector<std::size_t> _order;
     std::vector<std::uint16_t> _suffixMask;
     std::vector<std::int32_t> _suffixLowest;
