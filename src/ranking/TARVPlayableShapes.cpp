@@ -24,6 +24,10 @@ using Model = TARVPlayabilityModel;
 /// is near a candidate's: it spreads the first five over the neck when good shapes exist.
 constexpr double kPositionSpreadPenalty = 1.0;
 constexpr std::size_t kDiverseCount = 5;
+/// Penalty, past the first five, for a shape that a listed one holds with more strings or that
+/// holds a listed one (the same frets, strings muted): other voicings come before more variants
+/// of one. The first five leave such variants be, as chord books print them there.
+constexpr double kMutedVariantPenalty = 2.0;
 /// Above this fret, open strings ring far from the hand.
 constexpr int kHighFret = 4;
 /// From this fret up the hand has left the first position.
@@ -413,6 +417,32 @@ struct Found {
     Model::Features features;
     int neckPosition = 0;
 };
+
+/// Whether the sounding strings of one of `a` and `b` are some of the other's, at the same
+/// frets: the same voicing with strings muted. A voicing is no variant of itself.
+bool isMutedVariant(std::span<const std::int8_t> a, std::span<const std::int8_t> b) noexcept {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    bool aMutesMore = false;
+    bool bMutesMore = false;
+    for (std::size_t s = 0; s < a.size(); ++s) {
+        if (a[s] == b[s]) {
+            continue;
+        }
+        if (a[s] < 0) {
+            aMutesMore = true;
+        } else if (b[s] < 0) {
+            bMutesMore = true;
+        } else {
+            return false;
+        }
+        if (aMutesMore && bMutesMore) {
+            return false;
+        }
+    }
+    return aMutesMore != bMutesMore;
+}
 
 /// A voicing the rules allow, before its fingering is known: where its frets lie in
 /// `Leaves::frets`, and a score no fingering of it can beat.
@@ -808,11 +838,11 @@ bool evaluateLeaf(const Context& context, const Leaves& leaves, const Leaf& leaf
 /// Take voicings, scored, that are pairwise no transposition of each other: `maximumShapes`
 /// and twice the diverse count of them, the highest scoring S. In each of the diverse rounds at
 /// most as many of them are listed or transpositions of listed ones as rounds went before, so
-/// one is left whose score with the spread penalties stays within S plus a penalty for each
-/// earlier round: what the round lists scores no more. The rest of the list comes in score order
-/// and at least `maximumShapes` of them, all scoring S or less, are left for it. A voicing whose
-/// bound lies above S plus the penalties is therefore never listed, and the list is the same
-/// without it.
+/// one is left whose score with the penalties stays within S plus a spread penalty for each
+/// earlier round: what the round lists scores no more. In every later round fewer of them are
+/// listed than `maximumShapes`, and one is left whose score with the penalty stays within S
+/// plus the muted-variant penalty. A voicing whose bound lies above S plus the larger of the two
+/// is therefore never listed, and the list is the same without it.
 void setAsideUnlistable(const Context& context, std::size_t maximumShapes, Leaves& leaves) {
     const std::size_t wanted = maximumShapes + 2 * kDiverseCount;
     // The most promising voicings first, until enough of them are known.
@@ -866,7 +896,8 @@ void setAsideUnlistable(const Context& context, std::size_t maximumShapes, Leave
     }
     if (distinct.size() >= wanted) {
         const double threshold =
-            highest + static_cast<double>(kDiverseCount - 1) * kPositionSpreadPenalty;
+            highest + std::max(static_cast<double>(kDiverseCount - 1) * kPositionSpreadPenalty,
+                               kMutedVariantPenalty);
         leaves.threshold = std::min(leaves.threshold, threshold);
         leaves.keepBelowThreshold();
     }
@@ -874,10 +905,12 @@ void setAsideUnlistable(const Context& context, std::size_t maximumShapes, Leave
     leaves.budget = std::max(leaves.budget, 2 * leaves.leaves.size());
 }
 
-/// The ranked list as positions in `all`, which is sorted by `rankedBefore`: the diverse first
-/// five, then the rest in order. When `complete` is false, `all` holds only the voicings that
-/// score below `limit`, every other voicing scoring `limit` or more; the answer is then false
-/// when those others could change the list.
+/// The ranked list as positions in `all`, which is sorted by `rankedBefore`. Each place goes to
+/// the voicing of least score with penalties: among the first five, one for every listed shape
+/// near its neck position, and transpositions of listed shapes come only when nothing else is
+/// left; past them, one when it is a muted variant of a listed shape. When `complete` is
+/// false, `all` holds only the voicings that score below `limit`, every other voicing scoring
+/// `limit` or more; the answer is then false when those others could change the list.
 bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, double limit,
           bool complete, std::vector<std::size_t>& picked) {
     if (!complete && all.size() < maximumShapes) {
@@ -886,35 +919,54 @@ bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, doubl
     const std::size_t wanted = std::min(maximumShapes, all.size());
     picked.clear();
     picked.reserve(wanted);
-    std::vector<bool> taken(all.size(), false);
-    while (picked.size() < std::min(wanted, kDiverseCount)) {
+    std::vector<std::uint8_t> taken(all.size(), 0);
+    // Whether each voicing is a muted variant of one of the first `variantChecked` picked.
+    std::vector<std::uint8_t> variant(all.size(), 0);
+    std::vector<std::size_t> variantChecked(all.size(), 0);
+    std::size_t firstFree = 0;
+    while (picked.size() < wanted) {
+        const bool diverse = picked.size() < kDiverseCount;
+        while (taken[firstFree] != 0) {
+            ++firstFree;
+        }
         std::size_t best = all.size();
         double bestScore = 0;
-        std::size_t firstFree = all.size();
         bool stopped = false;
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            if (taken[i]) {
+        for (std::size_t i = firstFree; i < all.size(); ++i) {
+            if (taken[i] != 0) {
                 continue;
             }
-            firstFree = std::min(firstFree, i);
             // Scores only grow down the list: nothing further can beat the best so far.
             if (best != all.size() && all[i]->score >= bestScore) {
                 stopped = true;
                 break;
             }
             double adjusted = all[i]->score;
-            bool transposition = false;
-            const int position = all[i]->neckPosition;
-            for (const std::size_t listed : picked) {
-                if (ranking::isTransposition(all[i]->frets, all[listed]->frets)) {
-                    transposition = true;
-                    break;
+            if (diverse) {
+                bool transposition = false;
+                const int position = all[i]->neckPosition;
+                for (const std::size_t listed : picked) {
+                    if (ranking::isTransposition(all[i]->frets, all[listed]->frets)) {
+                        transposition = true;
+                        break;
+                    }
+                    if (std::abs(position - all[listed]->neckPosition) < 3) {
+                        adjusted += kPositionSpreadPenalty;
+                    }
                 }
-                if (std::abs(position - all[listed]->neckPosition) < 3) {
-                    adjusted += kPositionSpreadPenalty;
+                if (transposition) {
+                    continue;
+                }
+            } else {
+                for (std::size_t k = variantChecked[i]; k < picked.size() && variant[i] == 0; ++k) {
+                    variant[i] = isMutedVariant(all[i]->frets, all[picked[k]]->frets) ? 1 : 0;
+                }
+                variantChecked[i] = picked.size();
+                if (variant[i] != 0) {
+                    adjusted += kMutedVariantPenalty;
                 }
             }
-            if (!transposition && (best == all.size() || adjusted < bestScore)) {
+            if (best == all.size() || adjusted < bestScore) {
                 best = i;
                 bestScore = adjusted;
             }
@@ -928,13 +980,8 @@ bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, doubl
         if (best == all.size()) {
             best = firstFree;
         }
-        taken[best] = true;
+        taken[best] = 1;
         picked.push_back(best);
-    }
-    for (std::size_t i = 0; i < all.size() && picked.size() < wanted; ++i) {
-        if (!taken[i]) {
-            picked.push_back(i);
-        }
     }
     return true;
 }
@@ -1022,7 +1069,7 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
         if (pick(below, options.maximumShapes, limit, complete, picked)) {
             break;
         }
-        nextCheck = found.size() + std::max<std::size_t>(4, found.size() / 8);
+        nextCheck = found.size() + std::max<std::size_t>(8, found.size() / 4);
     }
     ranked.reserve(picked.size());
     for (const std::size_t i : picked) {

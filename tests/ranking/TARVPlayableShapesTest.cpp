@@ -74,17 +74,81 @@ TEST(TARVPlayableShapes, FirstFiveSpreadOverTheNeck) {
     EXPECT_GE(positions.size(), 2U);
 }
 
-TEST(TARVPlayableShapes, RankedBestFirstAfterTheDiverseFive) {
-    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("Am7"), kGuitar);
-    ASSERT_EQ(shapes.size(), 20U);
-    for (std::size_t i = 6; i < shapes.size(); ++i) {
-        EXPECT_LE(shapes[i - 1].score(), shapes[i].score());
+/// Whether one of `a` and `b` sounds some of the other's strings at the same frets, the rest
+/// muted.
+bool mutedVariant(const std::vector<std::int8_t>& a, const std::vector<std::int8_t>& b) {
+    if (a.size() != b.size() || a == b) {
+        return false;
     }
+    bool aWithin = true;
+    bool bWithin = true;
+    for (std::size_t s = 0; s < a.size(); ++s) {
+        aWithin = aWithin && (a[s] < 0 || a[s] == b[s]);
+        bWithin = bWithin && (b[s] < 0 || b[s] == a[s]);
+    }
+    return aWithin || bWithin;
+}
+
+/// Past the first five, each place holds the voicing of least score, counting 2 more for a
+/// voicing that is a muted variant of one listed before it.
+void expectRankedAfterTheDiverseFive(const std::string& symbol,
+                                     const SStringedInstrumentTuningConstPtr& instrument) {
+    constexpr double kVariantPenalty = 2.0;
+    const auto chord = SChord::chordWithString(symbol);
+    const auto shapes = TARVPlayableShapes::shapesForChord(chord, instrument);
+    const auto voicings = TARVPlayableShapes::allVoicings(chord, instrument);
+    ASSERT_EQ(shapes.size(), std::min<std::size_t>(20, voicings.size())) << symbol;
+    const auto adjusted = [&](const TARVPlayableShape& shape, std::size_t place) {
+        for (std::size_t i = 0; i < place; ++i) {
+            if (mutedVariant(shape.frets(), shapes[i].frets())) {
+                return shape.score() + kVariantPenalty;
+            }
+        }
+        return shape.score();
+    };
+    for (std::size_t place = 5; place < shapes.size(); ++place) {
+        const double listed = adjusted(shapes[place], place);
+        for (const TARVPlayableShape& voicing : voicings) {
+            const auto end = shapes.begin() + static_cast<std::ptrdiff_t>(place);
+            if (std::find(shapes.begin(), end, voicing) != end) {
+                continue;
+            }
+            EXPECT_LE(listed, adjusted(voicing, place) + 1e-9)
+                << symbol << ": " << shapes[place].fretText() << " at " << place + 1 << " before "
+                << voicing.fretText();
+        }
+    }
+}
+
+TEST(TARVPlayableShapes, RankedByScoreWithVariantsLaterAfterTheDiverseFive) {
+    for (const char* chord : {"Am7", "C", "G7", "Eb"}) {
+        expectRankedAfterTheDiverseFive(chord, kGuitar);
+    }
+    expectRankedAfterTheDiverseFive("G", tuning("D2 A2 D3 G3 B3 E4"));
+    expectRankedAfterTheDiverseFive("Am", kUkulele);
     TARVPlayableOptions few;
     few.maximumShapes = 3;
     EXPECT_EQ(
         TARVPlayableShapes::shapesForChord(SChord::chordWithString("Am7"), kGuitar, few).size(),
         3U);
+}
+
+TEST(TARVPlayableShapes, MutedVariantsOfListedShapesYieldToOtherVoicings) {
+    // In Drop D, G's first shape can lose one string after another; past the first five, a
+    // voicing of other frets that scores somewhat more comes before such a variant.
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString("G"),
+                                                           tuning("D2 A2 D3 G3 B3 E4"));
+    bool yielded = false;
+    for (std::size_t i = 5; i < shapes.size(); ++i) {
+        for (std::size_t j = i + 1; j < shapes.size(); ++j) {
+            bool variant = false;
+            for (std::size_t k = 0; k < i; ++k) {
+                variant = variant || mutedVariant(shapes[j].frets(), shapes[k].frets());
+            }
+            yielded = yielded || (variant && shapes[j].score() < shapes[i].score());
+        }
+    }
+    EXPECT_TRUE(yielded);
 }
 
 TEST(TARVPlayableShapes, ScoreIsTheSumOfItsNamedTerms) {
