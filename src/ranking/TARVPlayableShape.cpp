@@ -14,7 +14,7 @@ TARVPlayableShape::Term TARVPlayableShape::Terms::operator[](std::size_t index) 
         throw std::out_of_range("TARVPlayableShape::Terms: no term " + std::to_string(index) +
                                 " of " + std::to_string(_count));
     }
-    return term(index);
+    return termAt(_table, _values, index);
 }
 
 TARVPlayableShape::TARVPlayableShape(std::vector<std::int8_t> frets, TARVFingering fingering,

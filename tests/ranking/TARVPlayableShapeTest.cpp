@@ -127,6 +127,10 @@ TEST(TARVPlayableShape, TermsReadBackAsTheyWereGiven) {
         EXPECT_EQ(shape.score(), expectedScore);
         if (count > 0) {
             EXPECT_EQ(shape.termValue(names.back()), given.back().value);
+            // Iterators outlive the view they came from, as long as the shape lives.
+            const auto last = shape.terms().end() - 1;
+            EXPECT_EQ((*last).name, names.back());
+            EXPECT_EQ(last[0].weight, given.back().weight);
         }
         EXPECT_EQ(shape.termValue("absent"), 0);
     }

@@ -33,8 +33,8 @@ public:
     using TermTable = std::vector<Term>;
     using TermTablePtr = std::shared_ptr<const TermTable>;
 
-    /// The terms of one shape's score, read in place: each `Term` is made as it is read, and
-    /// the view lasts as long as its shape.
+    /// The terms of one shape's score, read in place: each `Term` is made as it is read. The
+    /// view and its iterators last as long as the shape.
     class Terms {
     public:
         class Iterator {
@@ -46,9 +46,10 @@ public:
             using reference = Term;
 
             Iterator() = default;
-            Term operator*() const noexcept { return _terms->term(_index); }
+            Term operator*() const noexcept { return termAt(_table, _values, _index); }
             Term operator[](difference_type offset) const noexcept {
-                return _terms->term(
+                return termAt(
+                    _table, _values,
                     static_cast<std::size_t>(static_cast<difference_type>(_index) + offset));
             }
             Iterator& operator++() noexcept { return *this += 1; }
@@ -90,8 +91,10 @@ public:
 
         private:
             friend class Terms;
-            Iterator(const Terms* terms, std::size_t index) : _terms(terms), _index(index) {}
-            const Terms* _terms = nullptr;
+            Iterator(const Term* table, const double* values, std::size_t index)
+                : _table(table), _values(values), _index(index) {}
+            const Term* _table = nullptr;
+            const double* _values = nullptr;
             std::size_t _index = 0;
         };
 
@@ -99,15 +102,15 @@ public:
         bool empty() const noexcept { return _count == 0; }
         /// Throws std::out_of_range from `size()` on.
         Term operator[](std::size_t index) const;
-        Iterator begin() const noexcept { return Iterator(this, 0); }
-        Iterator end() const noexcept { return Iterator(this, _count); }
+        Iterator begin() const noexcept { return Iterator(_table, _values, 0); }
+        Iterator end() const noexcept { return Iterator(_table, _values, _count); }
 
     private:
         friend class TARVPlayableShape;
         Terms(const Term* table, const double* values, std::size_t count)
             : _table(table), _values(values), _count(count) {}
-        Term term(std::size_t index) const noexcept {
-            return {_table[index].name, _values[index], _table[index].weight};
+        static Term termAt(const Term* table, const double* values, std::size_t index) noexcept {
+            return {table[index].name, values[index], table[index].weight};
         }
         const Term* _table = nullptr;
         const double* _values = nullptr;
