@@ -61,13 +61,18 @@ struct Context {
     const Model::FormTable* forms = nullptr;
 };
 
+/// Set bits of every 12-bit value: a pitch-class mask.
+constexpr std::array<std::uint8_t, 4096> kBitCounts = [] {
+    std::array<std::uint8_t, 4096> counts{};
+    for (std::size_t mask = 1; mask < counts.size(); ++mask) {
+        counts[mask] = static_cast<std::uint8_t>(counts[mask >> 1] + (mask & 1));
+    }
+    return counts;
+}();
+
 /// Set bits of a pitch-class mask.
 int bitCount(std::uint16_t mask) {
-    int count = 0;
-    for (; mask != 0; mask = static_cast<std::uint16_t>(mask & (mask - 1))) {
-        ++count;
-    }
-    return count;
+    return kBitCounts[mask & 0xFFFu] + kBitCounts[mask >> 12];
 }
 
 std::uint16_t classBit(int pitchClass) {
@@ -612,7 +617,7 @@ public:
             // pitch any of them can sound, and whether one can take the window's first fret.
             _suffixMask[_order.size()] = 0;
             _suffixLowest[_order.size()] = std::numeric_limits<std::int32_t>::max();
-            _suffixWindow[_order.size()] = window == 0;
+            _suffixWindow[_order.size()] = window == 0 ? 1 : 0;
             for (std::size_t depth = _order.size(); depth-- > 0;) {
                 const std::size_t s = _order[depth];
                 std::uint16_t mask = 0;
@@ -627,7 +632,7 @@ public:
                 }
                 _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
                 _suffixLowest[depth] = std::min(_suffixLowest[depth + 1], lowest);
-                _suffixWindow[depth] = _suffixWindow[depth + 1] || atWindow;
+                _suffixWindow[depth] = _suffixWindow[depth + 1] != 0 || atWindow ? 1 : 0;
             }
             State start;
             start.atWindow = window == 0;
@@ -638,25 +643,25 @@ public:
 private:
     /// What the strings chosen so far add up to.
     struct State {
-        std::uint16_t covered = 0;
-        bool atWindow = false;
-        /// Frets above the window's first, one bit each, and how many.
-        unsigned above = 0;
-        int aboveCount = 0;
-        std::int32_t lowestPitch = std::numeric_limits<std::int32_t>::max();
-        /// The pitch class of `lowestPitch`, as a bit.
-        std::uint16_t lowestBit = 0;
-        std::int32_t pitchSum = 0;
-        int sounding = 0;
-        int open = 0;
-        int fretted = 0;
-        int firstSounding = std::numeric_limits<int>::max();
-        int lastSounding = -1;
         /// `TARVPlayabilityModel::formKey` of the frets chosen so far, for a shape whose lowest
-        /// sounding fret is the nut and for one whose lowest is the window's first fret, and
-        /// whether each still fits the key.
+        /// sounding fret is the nut and for one whose lowest is the window's first fret.
         std::uint64_t openFormKey = 0;
         std::uint64_t windowFormKey = 0;
+        std::int32_t lowestPitch = std::numeric_limits<std::int32_t>::max();
+        std::int32_t pitchSum = 0;
+        /// Frets above the window's first, one bit each, and how many.
+        std::uint32_t above = 0;
+        std::uint16_t covered = 0;
+        /// The pitch class of `lowestPitch`, as a bit.
+        std::uint16_t lowestBit = 0;
+        std::uint16_t sounding = 0;
+        std::uint16_t open = 0;
+        std::uint16_t fretted = 0;
+        std::int16_t firstSounding = std::numeric_limits<std::int16_t>::max();
+        std::int16_t lastSounding = -1;
+        std::uint8_t aboveCount = 0;
+        bool atWindow = false;
+        /// Whether each form key still fits.
         bool openFormFits = true;
         bool windowFormFits = true;
     };
@@ -675,7 +680,7 @@ private:
             return;
         }
         // A window's shapes fret its first fret.
-        if (!state.atWindow && !_suffixWindow[depth]) {
+        if (!state.atWindow && _suffixWindow[depth] == 0) {
             return;
         }
         if (depth == _order.size()) {
@@ -683,7 +688,7 @@ private:
             return;
         }
         const std::size_t string = _order[depth];
-        const int stringNumber = static_cast<int>(string);
+        const auto stringNumber = static_cast<std::int16_t>(string);
         const unsigned keyShift = 4 * static_cast<unsigned>(string);
         // A note at the window's first fret takes the index finger (alone or as a barre);
         // every fret above it needs a finger of its own: three are left, four with the thumb.
@@ -691,6 +696,12 @@ private:
         State next;
         for (const Choice& choice : _choices[string]) {
             const std::int8_t fret = choice.fret;
+            if (fret < 0) {
+                // A muted string changes nothing but the frets.
+                _frets[string] = fret;
+                descend(depth + 1, state);
+                continue;
+            }
             next = state;
             if (fret > _window && _window > 0) {
                 const unsigned aboveBit = 1u << (fret - _window);
@@ -703,7 +714,7 @@ private:
                 }
             }
             _frets[string] = fret;
-            if (fret >= 0) {
+            {
                 const std::int32_t pitch = choice.pitch;
                 next.covered = static_cast<std::uint16_t>(next.covered | choice.bit);
                 if (pitch < next.lowestPitch) {
@@ -793,7 +804,7 @@ private:
     std::vector<std::size_t> _order;
     std::vector<std::uint16_t> _suffixMask;
     std::vector<std::int32_t> _suffixLowest;
-    std::vector<bool> _suffixWindow;
+    std::vector<std::uint8_t> _suffixWindow;
     /// Model reach (centimetres) from the window's first fret to each fret of the window.
     std::vector<double> _reach;
     int _window = 0;
