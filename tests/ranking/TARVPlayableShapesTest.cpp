@@ -2,10 +2,13 @@
 
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
+#include "ranking/TARVFretGeometry.hpp"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -131,6 +134,90 @@ TEST(TARVPlayableShapes, RankedByScoreWithVariantsLaterAfterTheDiverseFive) {
     EXPECT_EQ(
         TARVPlayableShapes::shapesForChord(SChord::chordWithString("Am7"), kGuitar, few).size(),
         3U);
+}
+
+/// The ranked list as its rules state it, picked from every voicing the rules allow, sorted by
+/// score and then by frets. Each place takes the first voicing of least score with penalties:
+/// among the first five, 1 for every listed shape whose neck position lies within 2 frets of its
+/// own, and a transposition of a listed shape only when nothing else is left; past them, 2 for a
+/// muted variant of a listed shape.
+std::vector<std::vector<std::int8_t>>
+pickedFromAllVoicings(const std::string& symbol,
+                      const SStringedInstrumentTuningConstPtr& instrument,
+                      const TARVPlayableOptions& options) {
+    auto voicings =
+        TARVPlayableShapes::allVoicings(SChord::chordWithString(symbol), instrument, options);
+    std::sort(voicings.begin(), voicings.end(),
+              [](const TARVPlayableShape& a, const TARVPlayableShape& b) {
+                  return a.score() != b.score() ? a.score() < b.score() : a.frets() < b.frets();
+              });
+    std::vector<std::vector<std::int8_t>> listed;
+    std::vector<bool> taken(voicings.size(), false);
+    while (listed.size() < std::min(options.maximumShapes, voicings.size())) {
+        const bool diverse = listed.size() < 5;
+        std::optional<std::size_t> best;
+        double bestScore = 0;
+        for (std::size_t i = 0; i < voicings.size(); ++i) {
+            if (taken[i]) {
+                continue;
+            }
+            const std::vector<std::int8_t>& frets = voicings[i].frets();
+            double adjusted = voicings[i].score();
+            bool transposition = false;
+            for (const auto& other : listed) {
+                if (diverse) {
+                    transposition = transposition || ranking::isTransposition(frets, other);
+                    const int apart = ranking::neckPosition(frets) - ranking::neckPosition(other);
+                    adjusted += std::abs(apart) < 3 ? 1.0 : 0.0;
+                }
+            }
+            if (!diverse && std::any_of(listed.begin(), listed.end(), [&](const auto& other) {
+                    return mutedVariant(frets, other);
+                })) {
+                adjusted += 2.0;
+            }
+            if (!transposition && (!best || adjusted < bestScore)) {
+                best = i;
+                bestScore = adjusted;
+            }
+        }
+        if (!best) {
+            best = static_cast<std::size_t>(std::find(taken.begin(), taken.end(), false) -
+                                            taken.begin());
+        }
+        taken[*best] = true;
+        listed.push_back(voicings[*best].frets());
+    }
+    return listed;
+}
+
+TEST(TARVPlayableShapes, RankedListIsPickedFromEveryAllowedVoicing) {
+    const std::vector<std::string> chords{"C",     "G",   "Am",    "F",    "Eb",   "G7",
+                                          "Cmaj7", "C13", "Bm7b5", "D/F#", "E7#9", "Abm6"};
+    const std::vector<SStringedInstrumentTuningConstPtr> instruments{
+        kGuitar,
+        kUkulele,
+        tuning("D2 A2 D3 G3 B3 E4"),
+        tuning("D2 A2 D3 G3 A3 D4"),
+        tuning("B1 E2 A2 D3 G3 B3 E4"),
+        tuning("G3 D4 A4 E5", 17),
+        tuning("E1 A1 D2 G2", 20),
+        tuning("E2 A2 D3 G3 B3 E4", 20, 3)};
+    for (const auto& instrument : instruments) {
+        for (const std::string& symbol : chords) {
+            for (const std::size_t maximum : {std::size_t{1}, std::size_t{5}, std::size_t{20}}) {
+                TARVPlayableOptions options;
+                options.maximumShapes = maximum;
+                std::vector<std::vector<std::int8_t>> answered;
+                for (const auto& shape : TARVPlayableShapes::shapesForChord(
+                         SChord::chordWithString(symbol), instrument, options)) {
+                    answered.push_back(shape.frets());
+                }
+                EXPECT_EQ(answered, pickedFromAllVoicings(symbol, instrument, options))
+                    << symbol << " on " << instrument->stringCount() << " strings, " << maximum;
+            }
+        }
+    }
 }
 
 TEST(TARVPlayableShapes, MutedVariantsOfListedShapesYieldToOtherVoicings) {
