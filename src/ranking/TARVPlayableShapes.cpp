@@ -12,7 +12,6 @@
 #include <functional>
 #include <limits>
 #include <stdexcept>
-#include <unordered_map>
 
 namespace tarv {
 
@@ -59,7 +58,23 @@ struct Context {
     const Model* model = nullptr;
     Model::Family family = Model::Family::Long;
     const Model::FormTable* forms = nullptr;
+    /// One bit for each hash of a key in `forms` (without `OpenShapeBit`): a key whose bit is
+    /// clear is not there.
+    std::array<std::uint64_t, 4> formFilter{};
 };
+
+std::size_t formFilterBit(std::uint64_t key) noexcept {
+    return static_cast<std::size_t>(((key & ~Model::OpenShapeBit) * 0x9E3779B97F4A7C15ull) >> 56);
+}
+
+/// `TARVPlayabilityModel::familiarity` of `key` in the context's forms.
+double familiarityOf(const Context& context, std::uint64_t key, bool hasOpenString) {
+    const std::size_t bit = formFilterBit(key);
+    if ((context.formFilter[bit >> 6] >> (bit & 63) & 1) == 0) {
+        return 0;
+    }
+    return Model::familiarity(*context.forms, key, hasOpenString);
+}
 
 /// Set bits of every 12-bit value: a pitch-class mask.
 constexpr std::array<std::uint8_t, 4096> kBitCounts = [] {
@@ -172,6 +187,12 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     context.family = Model::familyOfTuning(*tuning);
     context.forms =
         context.model->formsFor(Model::tuningSignature(*tuning), Model::qualityKey(*chord));
+    if (context.forms != nullptr) {
+        for (const auto& entry : *context.forms) {
+            const std::size_t bit = formFilterBit(entry.first);
+            context.formFilter[bit >> 6] |= std::uint64_t{1} << (bit & 63);
+        }
+    }
     return true;
 }
 
@@ -227,13 +248,17 @@ public:
         if (!packable) {
             return statsOf(TARVFingering::fingeringForFrets(frets, _hand));
         }
-        const auto found = _memo.find(key);
-        if (found != _memo.end()) {
-            return found->second;
+        Slot* slot = find(key);
+        if (!slot->used) {
+            slot->used = true;
+            slot->key = key;
+            slot->stats = statsOf(TARVFingering::fingeringForFrets(frets, _hand));
+            if (2 * ++_used > _slots.size()) {
+                grow();
+                slot = find(key);
+            }
         }
-        const FingeringStats stats = statsOf(TARVFingering::fingeringForFrets(frets, _hand));
-        _memo.emplace(key, stats);
-        return stats;
+        return slot->stats;
     }
 
     FingeringStats operator()(std::span<const std::int8_t> frets) { return stats(frets); }
@@ -241,8 +266,36 @@ public:
     const TARVFingering::Hand& hand() const noexcept { return _hand; }
 
 private:
+    /// An open-addressed table, at most half full.
+    struct Slot {
+        std::uint64_t key = 0;
+        FingeringStats stats;
+        bool used = false;
+    };
+
+    /// The slot of `key`, or the free slot where it goes.
+    Slot* find(std::uint64_t key) {
+        const std::size_t mask = _slots.size() - 1;
+        std::size_t i = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 32) & mask;
+        while (_slots[i].used && _slots[i].key != key) {
+            i = (i + 1) & mask;
+        }
+        return &_slots[i];
+    }
+
+    void grow() {
+        std::vector<Slot> old(_slots.size() * 2);
+        old.swap(_slots);
+        for (const Slot& slot : old) {
+            if (slot.used) {
+                *find(slot.key) = slot;
+            }
+        }
+    }
+
     TARVFingering::Hand _hand;
-    std::unordered_map<std::uint64_t, FingeringStats> _memo;
+    std::vector<Slot> _slots = std::vector<Slot>(128);
+    std::size_t _used = 0;
 };
 
 /// Muted strings of `frets` whose open string would add a chord tone above `bassPitch`: notes a
@@ -357,8 +410,7 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     features[Model::OpenAwayFromNut] = open * std::max(0, lowestFret - 1);
     features[Model::FamiliarForm] =
         context.forms != nullptr
-            ? Model::familiarity(*context.forms, Model::formKey(frets.data(), frets.size()),
-                                 open > 0)
+            ? familiarityOf(context, Model::formKey(frets.data(), frets.size()), open > 0)
             : 0.0;
     features[Model::MutedOpenTone] = mutedOpenTones;
     features[Model::HighPosition] = lowestFret >= kHighPositionFret ? 1 : 0;
@@ -449,12 +501,16 @@ bool isMutedVariant(std::span<const std::int8_t> a, std::span<const std::int8_t>
     return aMutesMore != bMutesMore;
 }
 
-/// A voicing the rules allow, before its fingering is known: where its frets lie in
+/// A voicing the rules allow, before its fingering is known: its frets, or where they lie in
 /// `Leaves::frets`, and a score no fingering of it can beat.
 struct Leaf {
     double bound = 0;
     std::size_t offset = 0;
+    /// The frets themselves, for up to `kInlineStrings` strings.
+    std::array<std::int8_t, 8> frets{};
 };
+
+constexpr std::size_t kInlineStrings = 8;
 
 struct Leaves {
     std::size_t stringCount = 0;
@@ -466,16 +522,24 @@ struct Leaves {
     std::size_t budget = std::numeric_limits<std::size_t>::max();
     std::function<void(Leaves&)> setAside;
 
+    /// The frets of `leaf`, which lives as long as they are read.
     std::span<const std::int8_t> fretsOf(const Leaf& leaf) const noexcept {
-        return {frets.data() + leaf.offset, stringCount};
+        return {stringCount <= kInlineStrings ? leaf.frets.data() : frets.data() + leaf.offset,
+                stringCount};
     }
 
     void add(double bound, std::span<const std::int8_t> leafFrets) {
         if (bound > threshold) {
             return;
         }
-        leaves.push_back({bound, frets.size()});
-        frets.insert(frets.end(), leafFrets.begin(), leafFrets.end());
+        Leaf& leaf = leaves.emplace_back();
+        leaf.bound = bound;
+        if (stringCount <= kInlineStrings) {
+            std::copy(leafFrets.begin(), leafFrets.end(), leaf.frets.begin());
+        } else {
+            leaf.offset = frets.size();
+            frets.insert(frets.end(), leafFrets.begin(), leafFrets.end());
+        }
         if (leaves.size() >= budget && setAside) {
             setAside(*this);
         }
@@ -488,9 +552,12 @@ struct Leaves {
             if (leaf.bound > threshold) {
                 continue;
             }
-            std::copy_n(frets.begin() + static_cast<std::ptrdiff_t>(leaf.offset), stringCount,
-                        frets.begin() + static_cast<std::ptrdiff_t>(kept * stringCount));
-            leaves[kept] = {leaf.bound, kept * stringCount};
+            if (stringCount > kInlineStrings) {
+                std::copy_n(frets.begin() + static_cast<std::ptrdiff_t>(leaf.offset), stringCount,
+                            frets.begin() + static_cast<std::ptrdiff_t>(kept * stringCount));
+            }
+            leaves[kept] = leaf;
+            leaves[kept].offset = kept * stringCount;
             ++kept;
         }
         leaves.resize(kept);
@@ -562,6 +629,30 @@ public:
             return context.openPitch[a] < context.openPitch[b];
         });
         _leaves.stringCount = context.stringCount;
+        const auto& w = context.model->weights(context.family);
+        const int strings = static_cast<int>(context.stringCount);
+        // muted inner = last - first + 1 - sounding; muted bass = strings - 1 - last.
+        _mutedTrebleWeight = w[Model::MutedTreble] - w[Model::MutedInner];
+        _lastSoundingWeight = w[Model::MutedInner] - w[Model::MutedBass];
+        _constantTerms = w[Model::MutedInner] + w[Model::MutedBass] * (strings - 1);
+        // register = (pitch sum / sounding - mean open pitch) / 12
+        _constantTerms -= w[Model::Register] * context.meanOpenPitch / 12.0;
+        for (int sounding = 0; sounding <= strings; ++sounding) {
+            _registerWeight.push_back(sounding > 0 ? w[Model::Register] / (12.0 * sounding) : 0.0);
+            _soundingTerms.push_back(-w[Model::MutedInner] * sounding +
+                                     w[Model::ThinVoicing] * std::max(0, strings - 2 - sounding) +
+                                     w[Model::Doubled] * sounding);
+        }
+        const int tones = bitCount(context.toneMask);
+        for (int distinct = 0; distinct <= 12; ++distinct) {
+            _distinctTerms.push_back(-w[Model::Doubled] * distinct +
+                                     w[Model::Dropped] * (tones - distinct));
+        }
+        for (std::size_t s = 0; s < context.stringCount && s < 32; ++s) {
+            if ((classBit(context.openClass[s]) & context.toneMask) != 0) {
+                _openToneStrings |= 1u << s;
+            }
+        }
         // Every string's chord tones along the neck, looked up by each window.
         const std::size_t frets = static_cast<std::size_t>(context.maxFret) + 1;
         _toneAt.resize(context.stringCount * frets);
@@ -609,9 +700,20 @@ public:
             if (!windowHasTone) {
                 continue;
             }
-            _reach.clear();
+            // The terms that follow from the window and the highest fret: every shape of
+            // window w > 0 frets w, and none of window 0 frets anything.
+            const auto& w = _context.model->weights(_context.family);
+            _windowTerms = w[Model::Position] * window +
+                           w[Model::HighPosition] * (window >= kHighPositionFret ? 1 : 0);
+            _rangeTerms.clear();
+            _openWeight.clear();
             for (int fret = window; fret <= last; ++fret) {
-                _reach.push_back(window > 0 ? reachBetween(_context, window, fret) / 10.0 : 0.0);
+                const int range = fret - window;
+                const double reach = window > 0 ? reachBetween(_context, window, fret) / 10.0 : 0.0;
+                _rangeTerms.push_back(w[Model::Reach] * reach + w[Model::FretRange] * range);
+                _openWeight.push_back(w[Model::Open] +
+                                      w[Model::OpenAwayFromNut] * std::max(0, window - 1) +
+                                      w[Model::OpenWithHighFrets] * (fret > kHighFret ? 1 : 0));
             }
             // What the strings from each depth on can still add: their tones, the lowest
             // pitch any of them can sound, and whether one can take the window's first fret.
@@ -651,6 +753,8 @@ private:
         std::int32_t pitchSum = 0;
         /// Frets above the window's first, one bit each, and how many.
         std::uint32_t above = 0;
+        /// The sounding strings among the first 32, one bit each.
+        std::uint32_t soundingStrings = 0;
         std::uint16_t covered = 0;
         /// The pitch class of `lowestPitch`, as a bit.
         std::uint16_t lowestBit = 0;
@@ -693,7 +797,6 @@ private:
         // A note at the window's first fret takes the index finger (alone or as a barre);
         // every fret above it needs a finger of its own: three are left, four with the thumb.
         const int aboveLimit = _context.hand.allowThumb ? 4 : 3;
-        State next;
         for (const Choice& choice : _choices[string]) {
             const std::int8_t fret = choice.fret;
             if (fret < 0) {
@@ -702,7 +805,7 @@ private:
                 descend(depth + 1, state);
                 continue;
             }
-            next = state;
+            State next = state;
             if (fret > _window && _window > 0) {
                 const unsigned aboveBit = 1u << (fret - _window);
                 if ((state.above & aboveBit) == 0) {
@@ -725,6 +828,9 @@ private:
                 ++next.sounding;
                 next.firstSounding = std::min(next.firstSounding, stringNumber);
                 next.lastSounding = std::max(next.lastSounding, stringNumber);
+                if (string < 32) {
+                    next.soundingStrings |= 1u << string;
+                }
                 if (fret == 0) {
                     ++next.open;
                 } else {
@@ -748,43 +854,49 @@ private:
     }
 
     /// The score of the current frets with every term of the fingering at its most favourable
-    /// value: the features are those `measure` finds.
+    /// value: the features are those `measure` finds, summed in another order.
     double bound(const State& state) const {
         const auto& w = _context.model->weights(_context.family);
-        const int lowestFret = state.fretted > 0 ? _window : 0;
         const int range = state.above == 0 ? 0 : std::bit_width(state.above) - 1;
-        const int highestFret = lowestFret + range;
-        const int strings = static_cast<int>(_frets.size());
-        const int open = state.open;
         const int sounding = state.sounding;
+        const int distinct = bitCount(state.covered);
+        // Two sums, for shorter chains of additions.
         double sum =
             _floor(static_cast<std::size_t>(state.fretted),
                    static_cast<std::size_t>(state.aboveCount + (state.fretted > 0 ? 1 : 0)));
-        sum += w[Model::Reach] * _reach[static_cast<std::size_t>(range)];
-        sum += w[Model::Position] * lowestFret;
-        sum += w[Model::Open] * open;
-        sum += w[Model::MutedTreble] * state.firstSounding;
-        sum += w[Model::MutedBass] * (strings - 1 - state.lastSounding);
-        sum += w[Model::MutedInner] * (state.lastSounding - state.firstSounding + 1 - sounding);
-        sum += w[Model::ThinVoicing] * std::max(0, strings - 2 - sounding);
-        sum += w[Model::Doubled] * (sounding - bitCount(state.covered));
-        sum += w[Model::Dropped] *
-               bitCount(static_cast<std::uint16_t>(_context.toneMask & ~state.covered));
-        sum += w[Model::RootNotInBass] * ((state.lowestBit & _context.bassMask) != 0 ? 0 : 1);
-        sum += w[Model::Register] *
-               ((static_cast<double>(state.pitchSum) / sounding - _context.meanOpenPitch) / 12.0);
-        sum += w[Model::FretRange] * range;
-        sum += w[Model::OpenWithHighFrets] * (highestFret > kHighFret ? open : 0);
-        sum += w[Model::OpenAwayFromNut] * open * std::max(0, lowestFret - 1);
-        sum += w[Model::MutedOpenTone] * mutedOpenToneCount(_context, _frets, state.lowestPitch);
-        sum += w[Model::HighPosition] * (lowestFret >= kHighPositionFret ? 1 : 0);
+        double more = _windowTerms + _rangeTerms[static_cast<std::size_t>(range)];
+        sum += _openWeight[static_cast<std::size_t>(range)] * state.open;
+        more += _soundingTerms[static_cast<std::size_t>(sounding)];
+        sum += _distinctTerms[static_cast<std::size_t>(distinct)];
+        more += _mutedTrebleWeight * state.firstSounding;
+        sum += _lastSoundingWeight * state.lastSounding;
+        more += (state.lowestBit & _context.bassMask) != 0 ? 0.0 : w[Model::RootNotInBass];
+        sum += _registerWeight[static_cast<std::size_t>(sounding)] * state.pitchSum;
+        more += w[Model::MutedOpenTone] * mutedOpenTones(state);
         // An open string makes the nut the lowest sounding fret.
-        const bool fits = open > 0 ? state.openFormFits : state.windowFormFits;
-        if (_context.forms != nullptr && strings <= 16 && fits) {
-            const std::uint64_t key = open > 0 ? state.openFormKey : state.windowFormKey;
-            sum += w[Model::FamiliarForm] * Model::familiarity(*_context.forms, key, open > 0);
+        const bool open = state.open > 0;
+        if (_context.forms != nullptr && (open ? state.openFormFits : state.windowFormFits) &&
+            _frets.size() <= 16) {
+            const std::uint64_t key = open ? state.openFormKey : state.windowFormKey;
+            sum += w[Model::FamiliarForm] * familiarityOf(_context, key, open);
         }
+        sum += more + _constantTerms;
         return sum - kBoundMargin * (1.0 + std::abs(sum));
+    }
+
+    /// Muted strings of the current frets whose open string would add a chord tone above the
+    /// bass: `mutedOpenToneCount`.
+    int mutedOpenTones(const State& state) const {
+        if (_frets.size() > 32) {
+            return mutedOpenToneCount(_context, _frets, state.lowestPitch);
+        }
+        int count = 0;
+        for (std::uint32_t left = _openToneStrings & ~state.soundingStrings; left != 0;
+             left &= left - 1) {
+            const auto s = static_cast<std::size_t>(std::countr_zero(left));
+            count += _context.openPitch[s] > state.lowestPitch ? 1 : 0;
+        }
+        return count;
     }
 
     const Context& _context;
@@ -805,8 +917,25 @@ private:
     std::vector<std::uint16_t> _suffixMask;
     std::vector<std::int32_t> _suffixLowest;
     std::vector<std::uint8_t> _suffixWindow;
-    /// Model reach (centimetres) from the window's first fret to each fret of the window.
-    std::vector<double> _reach;
+    /// Position terms of the window's shapes.
+    double _windowTerms = 0;
+    /// By the frets from the window's first to the highest fretted: the reach and fret range
+    /// terms, and the weight of an open string.
+    std::vector<double> _rangeTerms;
+    std::vector<double> _openWeight;
+    /// By sounding strings: the muted inner (less the span), thin voicing and doubled terms.
+    std::vector<double> _soundingTerms;
+    /// By sounding strings: the register term's weight of the sum of their pitches.
+    std::vector<double> _registerWeight;
+    /// By pitch classes covered: the doubled and dropped terms.
+    std::vector<double> _distinctTerms;
+    /// The terms of the first and last sounding strings: muted treble, muted bass and the span of
+    /// muted inner; the constant also holds the register's.
+    double _mutedTrebleWeight = 0;
+    double _lastSoundingWeight = 0;
+    double _constantTerms = 0;
+    /// The strings (up to 32) whose open pitch is a chord tone.
+    std::uint32_t _openToneStrings = 0;
     int _window = 0;
 };
 
@@ -922,18 +1051,28 @@ void setAsideUnlistable(const Context& context, std::size_t maximumShapes, Leave
 /// left; past them, one when it is a muted variant of a listed shape. When `complete` is
 /// false, `all` holds only the voicings that score below `limit`, every other voicing scoring
 /// `limit` or more; the answer is then false when those others could change the list.
+/// What `pick` works in, kept across its calls.
+struct PickScratch {
+    std::vector<std::uint8_t> taken;
+    /// Whether each voicing is a muted variant of one of the first `variantChecked` picked.
+    std::vector<std::uint8_t> variant;
+    std::vector<std::size_t> variantChecked;
+};
+
 bool pick(const std::vector<const Found*>& all, std::size_t maximumShapes, double limit,
-          bool complete, std::vector<std::size_t>& picked) {
+          bool complete, std::vector<std::size_t>& picked, PickScratch& scratch) {
     if (!complete && all.size() < maximumShapes) {
         return false;
     }
     const std::size_t wanted = std::min(maximumShapes, all.size());
     picked.clear();
     picked.reserve(wanted);
-    std::vector<std::uint8_t> taken(all.size(), 0);
-    // Whether each voicing is a muted variant of one of the first `variantChecked` picked.
-    std::vector<std::uint8_t> variant(all.size(), 0);
-    std::vector<std::size_t> variantChecked(all.size(), 0);
+    std::vector<std::uint8_t>& taken = scratch.taken;
+    std::vector<std::uint8_t>& variant = scratch.variant;
+    std::vector<std::size_t>& variantChecked = scratch.variantChecked;
+    taken.assign(all.size(), 0);
+    variant.assign(all.size(), 0);
+    variantChecked.assign(all.size(), 0);
     std::size_t firstFree = 0;
     while (picked.size() < wanted) {
         const bool diverse = picked.size() < kDiverseCount;
@@ -1031,6 +1170,7 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
         return ranked;
     }
     Leaves leaves;
+    leaves.leaves.reserve(std::min<std::size_t>(options.heldVoicings, 512));
     leaves.budget = std::max<std::size_t>(options.heldVoicings, 1);
     leaves.setAside = [&context, &options](Leaves& held) {
         setAsideUnlistable(context, options.maximumShapes, held);
@@ -1045,11 +1185,12 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
     std::make_heap(pending.begin(), pending.end(), byBound);
     FingeringMemo memo(context.hand);
     std::vector<Found> found;
-    found.reserve(std::min<std::size_t>(pending.size(), 256));
+    found.reserve(std::min<std::size_t>(pending.size(), 64));
     // The found voicings, ranked.
     std::vector<std::size_t> order;
     std::vector<const Found*> below;
     std::vector<std::size_t> picked;
+    PickScratch pickScratch;
     const auto ranks = [&found](std::size_t a, std::size_t b) {
         return rankedBefore(found[a], found[b]);
     };
@@ -1077,7 +1218,7 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
             }
             below.push_back(&found[index]);
         }
-        if (pick(below, options.maximumShapes, limit, complete, picked)) {
+        if (pick(below, options.maximumShapes, limit, complete, picked, pickScratch)) {
             break;
         }
         nextCheck = found.size() + std::max<std::size_t>(8, found.size() / 4);
