@@ -738,7 +738,9 @@ public:
             }
             State start;
             start.atWindow = window == 0;
-            descend(0, start);
+            if (canComplete(0, start)) {
+                next(0, start);
+            }
         }
     }
 
@@ -770,27 +772,34 @@ private:
         bool windowFormFits = true;
     };
 
-    void descend(std::size_t depth, const State& state) {
+    /// Whether the strings from `depth` on can still complete `state` to a shape.
+    bool canComplete(std::size_t depth, const State& state) const {
         // Every string left adds one tone at most.
         const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~state.covered);
         if ((missing & ~_suffixMask[depth]) != 0 ||
             static_cast<std::size_t>(bitCount(missing)) > _order.size() - depth) {
-            return;
+            return false;
         }
         // Once nothing left can sound lower, the bass is settled.
         if (_context.strictBass && state.lowestPitch < _suffixLowest[depth] &&
             state.lowestPitch != std::numeric_limits<std::int32_t>::max() &&
             (state.lowestBit & _context.bassMask) == 0) {
-            return;
+            return false;
         }
         // A window's shapes fret its first fret.
-        if (!state.atWindow && _suffixWindow[depth] == 0) {
-            return;
-        }
+        return state.atWindow || _suffixWindow[depth] != 0;
+    }
+
+    /// Goes on with `state` after the strings before `depth`, which it can complete.
+    void next(std::size_t depth, const State& state) {
         if (depth == _order.size()) {
             _leaves.add(bound(state), _frets);
-            return;
+        } else {
+            descend(depth, state);
         }
+    }
+
+    void descend(std::size_t depth, const State& state) {
         const std::size_t string = _order[depth];
         const auto stringNumber = static_cast<std::int16_t>(string);
         const unsigned keyShift = 4 * static_cast<unsigned>(string);
@@ -801,54 +810,58 @@ private:
             const std::int8_t fret = choice.fret;
             if (fret < 0) {
                 // A muted string changes nothing but the frets.
-                _frets[string] = fret;
-                descend(depth + 1, state);
+                if (canComplete(depth + 1, state)) {
+                    _frets[string] = fret;
+                    next(depth + 1, state);
+                }
                 continue;
             }
-            State next = state;
+            State after = state;
             if (fret > _window && _window > 0) {
                 const unsigned aboveBit = 1u << (fret - _window);
                 if ((state.above & aboveBit) == 0) {
                     if (state.aboveCount == aboveLimit) {
                         continue;
                     }
-                    next.above |= aboveBit;
-                    ++next.aboveCount;
+                    after.above |= aboveBit;
+                    ++after.aboveCount;
                 }
             }
             _frets[string] = fret;
             {
                 const std::int32_t pitch = choice.pitch;
-                next.covered = static_cast<std::uint16_t>(next.covered | choice.bit);
-                if (pitch < next.lowestPitch) {
-                    next.lowestPitch = pitch;
-                    next.lowestBit = choice.bit;
+                after.covered = static_cast<std::uint16_t>(after.covered | choice.bit);
+                if (pitch < after.lowestPitch) {
+                    after.lowestPitch = pitch;
+                    after.lowestBit = choice.bit;
                 }
-                next.pitchSum += pitch;
-                ++next.sounding;
-                next.firstSounding = std::min(next.firstSounding, stringNumber);
-                next.lastSounding = std::max(next.lastSounding, stringNumber);
+                after.pitchSum += pitch;
+                ++after.sounding;
+                after.firstSounding = std::min(after.firstSounding, stringNumber);
+                after.lastSounding = std::max(after.lastSounding, stringNumber);
                 if (string < 32) {
-                    next.soundingStrings |= 1u << string;
+                    after.soundingStrings |= 1u << string;
                 }
                 if (fret == 0) {
-                    ++next.open;
+                    ++after.open;
                 } else {
-                    ++next.fretted;
-                    next.atWindow = next.atWindow || fret == _window;
+                    ++after.fretted;
+                    after.atWindow = after.atWindow || fret == _window;
                 }
                 if (string < 16) {
                     const auto openValue = static_cast<std::uint64_t>(fret + 1);
-                    next.openFormFits = next.openFormFits && openValue <= 15;
-                    next.openFormKey |= openValue << keyShift;
+                    after.openFormFits = after.openFormFits && openValue <= 15;
+                    after.openFormKey |= openValue << keyShift;
                     if (fret > 0) {
                         const auto windowValue = static_cast<std::uint64_t>(fret - _window + 1);
-                        next.windowFormFits = next.windowFormFits && windowValue <= 15;
-                        next.windowFormKey |= windowValue << keyShift;
+                        after.windowFormFits = after.windowFormFits && windowValue <= 15;
+                        after.windowFormKey |= windowValue << keyShift;
                     }
                 }
             }
-            descend(depth + 1, next);
+            if (canComplete(depth + 1, after)) {
+                next(depth + 1, after);
+            }
         }
         _frets[string] = -1;
     }
