@@ -1,5 +1,7 @@
 #include "tarv/ranking/TARVFingering.hpp"
 
+#include "TARVFingeringPattern.hpp"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -424,6 +426,21 @@ public:
     std::optional<TARVFingering> fingering(std::span<const std::int8_t> frets,
                                            const TARVFingering::Hand& hand) {
         int lowest = 0;
+        const std::optional<TARVFingering>* kept = pattern(frets, hand, lowest);
+        if (kept == nullptr) {
+            return computeFingering(frets, hand);
+        }
+        if (!*kept) {
+            return std::nullopt;
+        }
+        return moved(**kept, lowest - 1);
+    }
+
+    /// The fingering kept for the pattern of `frets`, its barres counted from `lowest` (the
+    /// lowest fretted fret) as fret 1; null when the pattern is not kept.
+    const std::optional<TARVFingering>* pattern(std::span<const std::int8_t> frets,
+                                                const TARVFingering::Hand& hand, int& lowest) {
+        lowest = 0;
         for (const std::int8_t fret : frets) {
             if (fret > 0 && (lowest == 0 || fret < lowest)) {
                 lowest = fret;
@@ -437,25 +454,26 @@ public:
             key |= static_cast<std::uint64_t>(relative) << (4 * s);
         }
         if (!packable) {
-            return computeFingering(frets, hand);
+            return nullptr;
         }
         key |= static_cast<std::uint64_t>(frets.size()) << 56;
         key |= static_cast<std::uint64_t>(hand.allowThumb ? 1 : 0) << 60;
         const auto found = _entries.find(key);
         if (found != _entries.end()) {
-            if (!found->second) {
-                return std::nullopt;
-            }
-            return moved(*found->second, lowest - 1);
+            return &found->second;
         }
         std::optional<TARVFingering> fingering = computeFingering(frets, hand);
         if (_entries.size() >= kCapacity) {
             _entries.clear();
         }
-        _entries.emplace(key,
-                         fingering ? std::optional(moved(*fingering, 1 - lowest)) : std::nullopt);
-        return fingering;
+        return &_entries
+                    .emplace(key, fingering ? std::optional(moved(*fingering, 1 - lowest))
+                                            : std::nullopt)
+                    .first->second;
     }
+
+    /// Where `ranking::fingeringPattern` keeps a fingering it cannot keep by its pattern.
+    std::optional<TARVFingering> unkept;
 
 private:
     /// Enough for every pattern of many chords on one instrument, and still small.
@@ -479,6 +497,18 @@ private:
 std::optional<TARVFingering> TARVFingering::fingeringForFrets(std::span<const std::int8_t> frets,
                                                               const Hand& hand) {
     return FingeringMemo::local().fingering(frets, hand);
+}
+
+const TARVFingering* ranking::fingeringPattern(std::span<const std::int8_t> frets,
+                                               const TARVFingering::Hand& hand) {
+    FingeringMemo& memo = FingeringMemo::local();
+    int lowest = 0;
+    const std::optional<TARVFingering>* kept = memo.pattern(frets, hand, lowest);
+    if (kept == nullptr) {
+        memo.unkept = computeFingering(frets, hand);
+        kept = &memo.unkept;
+    }
+    return *kept ? &**kept : nullptr;
 }
 
 } // namespace tarv

@@ -2,6 +2,7 @@
 
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
+#include "TARVFingeringPattern.hpp"
 #include "TARVFretGeometry.hpp"
 
 #include <algorithm>
@@ -207,9 +208,9 @@ struct FingeringStats {
     double crossing = 0;
 };
 
-FingeringStats statsOf(const std::optional<TARVFingering>& fingering) {
+FingeringStats statsOf(const TARVFingering* fingering) {
     FingeringStats stats;
-    if (!fingering) {
+    if (fingering == nullptr) {
         return stats;
     }
     stats.playable = true;
@@ -246,13 +247,13 @@ public:
             key |= static_cast<std::uint64_t>(relative) << (4 * s);
         }
         if (!packable) {
-            return statsOf(TARVFingering::fingeringForFrets(frets, _hand));
+            return statsOf(ranking::fingeringPattern(frets, _hand));
         }
         Slot* slot = find(key);
         if (!slot->used) {
             slot->used = true;
             slot->key = key;
-            slot->stats = statsOf(TARVFingering::fingeringForFrets(frets, _hand));
+            slot->stats = statsOf(ranking::fingeringPattern(frets, _hand));
             if (2 * ++_used > _slots.size()) {
                 grow();
                 slot = find(key);
@@ -437,7 +438,7 @@ std::optional<TARVPlayableShape> evaluate(const Context& context, std::vector<st
     std::optional<TARVFingering> fingering;
     const auto fingeringStatsOf = [&context, &fingering](std::span<const std::int8_t> held) {
         fingering = TARVFingering::fingeringForFrets(held, context.hand);
-        return statsOf(fingering);
+        return statsOf(fingering ? &*fingering : nullptr);
     };
     Model::Features features{};
     if (!measure(context, frets, enforceRules, fingeringStatsOf, features)) {

@@ -1,6 +1,8 @@
 #include "tarv/ranking/TARVFingering.hpp"
 #include "FretTexts.hpp"
 
+#include "ranking/TARVFingeringPattern.hpp"
+
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -114,6 +116,46 @@ TEST(TARVFingering, FingeringsAreTheSameWhateverWasFingeredBefore) {
             EXPECT_EQ(here->crossing(), fresh->crossing()) << text;
         }
     }
+}
+
+TEST(TARVFingering, APatternHasTheFiguresOfTheFingeringWithBarresFromItsLowestNote) {
+    const TARVFingering::Hand thumb{true};
+    const std::vector<std::pair<std::string, TARVFingering::Hand>> cases{
+        {"1,3,3,2,1,1", {}},
+        {"13,15,15,14,13,13", {}},
+        {"x,3,5,5,5,3", {}},
+        {"x,3,2,0,1,0", {}},
+        {"5,x,2,2,5,5", thumb},
+        {"1,2,3,4,5,6", {}},
+        {"0,0,0,3", {}},
+        {"x,x,x,x,x,x", {}},
+        {"2,2,2,2,2,2,2,2", {}},
+        // More strings than patterns are kept for.
+        {"3,x,x,x,x,x,x,x,x,x,x,x,x,x,x,5", {}}};
+    for (const auto& [text, hand] : cases) {
+        const auto whole = TARVFingering::fingeringForFrets(frets(text), hand);
+        const TARVFingering* pattern = ranking::fingeringPattern(frets(text), hand);
+        ASSERT_EQ(pattern != nullptr, whole.has_value()) << text;
+        if (!whole) {
+            continue;
+        }
+        EXPECT_EQ(pattern->fingers(), whole->fingers()) << text;
+        EXPECT_EQ(pattern->stretch(), whole->stretch()) << text;
+        EXPECT_EQ(pattern->crossing(), whole->crossing()) << text;
+        EXPECT_EQ(pattern->usesThumb(), whole->usesThumb()) << text;
+        EXPECT_EQ(pattern->fingerCount(), whole->fingerCount()) << text;
+        int lowest = 0;
+        for (const std::int8_t fret : frets(text)) {
+            lowest = fret > 0 && (lowest == 0 || fret < lowest) ? fret : lowest;
+        }
+        ASSERT_EQ(pattern->barres().size(), whole->barres().size()) << text;
+        for (std::size_t i = 0; i < whole->barres().size(); ++i) {
+            TARVFingering::Barre moved = whole->barres()[i];
+            moved.fret = static_cast<std::uint8_t>(moved.fret - lowest + 1);
+            EXPECT_EQ(pattern->barres()[i], moved) << text;
+        }
+    }
+    EXPECT_EQ(ranking::fingeringPattern(frets("1,2,3,4,5,6"), {}), nullptr);
 }
 
 } // namespace
