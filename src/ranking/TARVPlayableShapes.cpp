@@ -512,6 +512,8 @@ struct Leaf {
 };
 
 constexpr std::size_t kInlineStrings = 8;
+/// Leaves a thread keeps room for between requests (about 1.5 MB).
+constexpr std::size_t kKeptLeaves = std::size_t{1} << 16;
 
 struct Leaves {
     std::size_t stringCount = 0;
@@ -522,6 +524,27 @@ struct Leaves {
     /// Once this many are held, `setAside` may raise the threshold and drop what is above it.
     std::size_t budget = std::numeric_limits<std::size_t>::max();
     std::function<void(Leaves&)> setAside;
+
+    /// Empty, with no threshold, budget or way to set voicings aside, for `strings` strings.
+    void reset(std::size_t strings) {
+        stringCount = strings;
+        frets.clear();
+        leaves.clear();
+        threshold = std::numeric_limits<double>::infinity();
+        budget = std::numeric_limits<std::size_t>::max();
+        setAside = nullptr;
+    }
+
+    /// Empty; frees what it holds beyond room for `kept` leaves.
+    void release(std::size_t kept) {
+        reset(stringCount);
+        if (leaves.capacity() > kept) {
+            std::vector<Leaf>().swap(leaves);
+        }
+        if (frets.capacity() > kept * kInlineStrings) {
+            std::vector<std::int8_t>().swap(frets);
+        }
+    }
 
     /// The frets of `leaf`, which lives as long as they are read.
     std::span<const std::int8_t> fretsOf(const Leaf& leaf) const noexcept {
@@ -1183,8 +1206,15 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
     if (!makeContext(chord, tuning, options, context)) {
         return ranked;
     }
-    Leaves leaves;
-    leaves.leaves.reserve(std::min<std::size_t>(options.heldVoicings, 512));
+    // The voicings held are kept on the thread from one request to the next, up to a size, so
+    // that instruments with many strings do not map fresh memory for every chord.
+    thread_local Leaves threadLeaves;
+    Leaves& leaves = threadLeaves;
+    leaves.reset(context.stringCount);
+    const struct Release {
+        Leaves& held;
+        ~Release() { held.release(kKeptLeaves); }
+    } release{leaves};
     leaves.budget = std::max<std::size_t>(options.heldVoicings, 1);
     leaves.setAside = [&context, &options](Leaves& held) {
         setAsideUnlistable(context, options.maximumShapes, held);

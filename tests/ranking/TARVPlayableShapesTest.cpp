@@ -11,6 +11,8 @@
 #include <optional>
 #include <set>
 #include <sstream>
+#include <thread>
+#include <tuple>
 
 namespace tarv {
 namespace {
@@ -359,6 +361,45 @@ TEST(TARVPlayableShapes, SettingVoicingsAsideNeverChangesTheList) {
     }
     // Most searches held more voicings than the holds allow, and so set some aside.
     EXPECT_GT(setAside, 25u);
+}
+
+TEST(TARVPlayableShapes, ListsDoNotDependOnEarlierRequestsOnTheThread) {
+    // A request that sets voicings aside and one on many strings, among others: each answers the
+    // same after the others on one thread, in either order, and alone on a thread of its own.
+    const auto twelve = tuning("E2 E3 A2 A3 D3 D4 G3 G4 B3 B3 E4 E4", 15);
+    TARVPlayableOptions few;
+    few.heldVoicings = 7;
+    const std::vector<
+        std::tuple<std::string, SStringedInstrumentTuningConstPtr, TARVPlayableOptions>>
+        requests{
+            {"C13", kGuitar, few}, {"G7", twelve, {}}, {"Am", kGuitar, {}}, {"F", kUkulele, {}}};
+    using Lists = std::vector<std::vector<std::int8_t>>;
+    const auto answer = [&](std::size_t i) {
+        const auto& [symbol, instrument, options] = requests[i];
+        Lists lists;
+        for (const TARVPlayableShape& shape : TARVPlayableShapes::shapesForChord(
+                 SChord::chordWithString(symbol), instrument, options)) {
+            lists.push_back(shape.frets());
+        }
+        return lists;
+    };
+    std::vector<Lists> inOrder(requests.size());
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        inOrder[i] = answer(i);
+        EXPECT_FALSE(inOrder[i].empty()) << i;
+    }
+    std::vector<Lists> reversed(requests.size());
+    std::thread([&] {
+        for (std::size_t i = requests.size(); i-- > 0;) {
+            reversed[i] = answer(i);
+        }
+    }).join();
+    EXPECT_EQ(inOrder, reversed);
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        Lists alone;
+        std::thread([&] { alone = answer(i); }).join();
+        EXPECT_EQ(inOrder[i], alone) << i;
+    }
 }
 
 TEST(TARVPlayableShapes, CapoCountsFretsFromTheCapo) {
