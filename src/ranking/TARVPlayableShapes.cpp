@@ -502,18 +502,18 @@ bool isMutedVariant(std::span<const std::int8_t> a, std::span<const std::int8_t>
     return aMutesMore != bMutesMore;
 }
 
+constexpr std::size_t kInlineStrings = 8;
+/// Leaves a thread keeps room for between requests (about 1.5 MB).
+constexpr std::size_t kKeptLeaves = std::size_t{1} << 16;
+
 /// A voicing the rules allow, before its fingering is known: its frets, or where they lie in
 /// `Leaves::frets`, and a score no fingering of it can beat.
 struct Leaf {
     double bound = 0;
     std::size_t offset = 0;
     /// The frets themselves, for up to `kInlineStrings` strings.
-    std::array<std::int8_t, 8> frets{};
+    std::array<std::int8_t, kInlineStrings> frets{};
 };
-
-constexpr std::size_t kInlineStrings = 8;
-/// Leaves a thread keeps room for between requests (about 1.5 MB).
-constexpr std::size_t kKeptLeaves = std::size_t{1} << 16;
 
 struct Leaves {
     std::size_t stringCount = 0;
