@@ -9,364 +9,865 @@ namespace {
 
 // major
 constexpr std::string_view kMajAliases[] = {"", "M", "maj", "ma", "major", "Maj"};
-constexpr SChordToneDefinition kMajTones[] = {{"1", 0, false}, {"3", 4, false}, {"5", 7, false}};
+constexpr SChordToneDefinition kMajTones[] = {
+    {"1", 0, false, false}, {"3", 4, false, false}, {"5", 7, false, true}};
 // minor
 constexpr std::string_view kMinAliases[] = {"m", "min", "mi", "-", "minor", "Mi", "Min"};
-constexpr SChordToneDefinition kMinTones[] = {{"1", 0, false}, {"b3", 3, false}, {"5", 7, false}};
+constexpr SChordToneDefinition kMinTones[] = {
+    {"1", 0, false, false}, {"b3", 3, false, false}, {"5", 7, false, true}};
 // diminished triad
 constexpr std::string_view kDimAliases[] = {"dim", "°", "o", "0", "mb5", "m(b5)", "m-5", "dim."};
-constexpr SChordToneDefinition kDimTones[] = {{"1", 0, false}, {"b3", 3, false}, {"b5", 6, false}};
+constexpr SChordToneDefinition kDimTones[] = {
+    {"1", 0, false, false}, {"b3", 3, false, false}, {"b5", 6, false, false}};
+constexpr std::int8_t kDimTolerated[] = {9};
 // augmented triad
 constexpr std::string_view kAugAliases[] = {"aug", "+", "+5", "#5", "(#5)", "augmented"};
-constexpr SChordToneDefinition kAugTones[] = {{"1", 0, false}, {"3", 4, false}, {"#5", 8, false}};
+constexpr SChordToneDefinition kAugTones[] = {
+    {"1", 0, false, false}, {"3", 4, false, false}, {"#5", 8, false, false}};
 // suspended fourth
 constexpr std::string_view kSus4Aliases[] = {"sus4", "sus", "4", "sus(4)", "suspended4"};
-constexpr SChordToneDefinition kSus4Tones[] = {{"1", 0, false}, {"4", 5, false}, {"5", 7, false}};
+constexpr SChordToneDefinition kSus4Tones[] = {
+    {"1", 0, false, false}, {"4", 5, false, false}, {"5", 7, false, true}};
 // suspended second
 constexpr std::string_view kSus2Aliases[] = {"sus2", "sus(2)", "suspended2"};
-constexpr SChordToneDefinition kSus2Tones[] = {{"1", 0, false}, {"2", 2, false}, {"5", 7, false}};
+constexpr SChordToneDefinition kSus2Tones[] = {
+    {"1", 0, false, false}, {"2", 2, false, false}, {"5", 7, false, true}};
 // power chord
 constexpr std::string_view k5Aliases[] = {"5", "(no3)", "no3", "omit3", "(omit3)", "power"};
-constexpr SChordToneDefinition k5Tones[] = {{"1", 0, false}, {"5", 7, false}};
+constexpr SChordToneDefinition k5Tones[] = {{"1", 0, false, false}, {"5", 7, false, false}};
 // major sixth
 constexpr std::string_view k6Aliases[] = {"6", "M6", "maj6", "ma6", "add6", "add13"};
 constexpr SChordToneDefinition k6Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"6", 9, false}};
+    {"1", 0, false, false}, {"3", 4, false, false}, {"5", 7, true, false}, {"6", 9, false, false}};
 // minor sixth
 constexpr std::string_view kM6Aliases[] = {"m6", "min6", "mi6", "-6"};
 constexpr SChordToneDefinition kM6Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"6", 9, false}};
+    {"1", 0, false, false}, {"b3", 3, false, false}, {"5", 7, true, false}, {"6", 9, false, false}};
 // dominant seventh
 constexpr std::string_view k7Aliases[] = {"7", "dom7", "dom"};
-constexpr SChordToneDefinition k7Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7Tones[] = {{"1", 0, false, false},
+                                            {"3", 4, false, false},
+                                            {"5", 7, true, false},
+                                            {"b7", 10, false, false}};
 // major seventh
 constexpr std::string_view kMaj7Aliases[] = {"maj7", "M7",   "Δ",  "Δ7", "^",      "^7",
                                              "ma7",  "Maj7", "j7", "7M", "(maj7)", "major7"};
 constexpr SChordToneDefinition kMaj7Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"7", 11, false}};
+    {"1", 0, false, false}, {"3", 4, false, false}, {"5", 7, true, false}, {"7", 11, false, false}};
 // minor seventh
 constexpr std::string_view kM7Aliases[] = {"m7", "min7", "mi7", "-7"};
-constexpr SChordToneDefinition kM7Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"b7", 10, false}};
+constexpr SChordToneDefinition kM7Tones[] = {{"1", 0, false, false},
+                                             {"b3", 3, false, false},
+                                             {"5", 7, true, false},
+                                             {"b7", 10, false, false}};
 // diminished seventh
 constexpr std::string_view kDim7Aliases[] = {"dim7", "°7", "o7", "07", "dim(7)"};
-constexpr SChordToneDefinition kDim7Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"b5", 6, false}, {"bb7", 9, false}};
+constexpr SChordToneDefinition kDim7Tones[] = {{"1", 0, false, false},
+                                               {"b3", 3, false, false},
+                                               {"b5", 6, false, true},
+                                               {"bb7", 9, false, false}};
 // half-diminished seventh
 constexpr std::string_view kM7b5Aliases[] = {
     "m7b5", "ø", "ø7", "Ø", "h", "h7", "m7(b5)", "m7-5", "-7b5", "min7b5", "mi7(b5)", "m7(-5)"};
-constexpr SChordToneDefinition kM7b5Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"b5", 6, false}, {"b7", 10, false}};
+constexpr SChordToneDefinition kM7b5Tones[] = {{"1", 0, false, false},
+                                               {"b3", 3, false, false},
+                                               {"b5", 6, false, false},
+                                               {"b7", 10, false, false}};
 // dominant seventh suspended fourth
 constexpr std::string_view k7sus4Aliases[] = {"7sus4", "7sus", "7(sus4)", "sus7"};
-constexpr SChordToneDefinition k7sus4Tones[] = {
-    {"1", 0, false}, {"4", 5, false}, {"5", 7, true}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7sus4Tones[] = {{"1", 0, false, false},
+                                                {"4", 5, false, false},
+                                                {"5", 7, true, false},
+                                                {"b7", 10, false, false}};
 // dominant ninth
 constexpr std::string_view k9Aliases[] = {"9", "dom9", "7(9)", "7add9"};
-constexpr SChordToneDefinition k9Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition k9Tones[] = {{"1", 0, true, false},
+                                            {"3", 4, false, false},
+                                            {"5", 7, true, false},
+                                            {"b7", 10, false, false},
+                                            {"9", 14, false, false}};
 // added ninth
 constexpr std::string_view kAdd9Aliases[] = {"add9", "(add9)", "add2", "(add2)",
                                              "2",    "Madd9",  "sus9", "(sus9)"};
 constexpr SChordToneDefinition kAdd9Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"9", 14, false}};
+    {"1", 0, false, false}, {"3", 4, false, false}, {"5", 7, true, false}, {"9", 14, false, false}};
 // six-nine
 constexpr std::string_view k69Aliases[] = {"6/9",  "69",  "6add9", "6(add9)",
                                            "6(9)", "M69", "9/6",   "96"};
-constexpr SChordToneDefinition k69Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"6", 9, false}, {"9", 14, false}};
+constexpr SChordToneDefinition k69Tones[] = {{"1", 0, true, false},
+                                             {"3", 4, false, false},
+                                             {"5", 7, true, false},
+                                             {"6", 9, false, false},
+                                             {"9", 14, false, false}};
 // minor-major seventh
 constexpr std::string_view kMMaj7Aliases[] = {"m(maj7)", "mmaj7", "mMaj7", "mM7", "m/maj7",
                                               "minmaj7", "m#7",   "-Δ7",   "mΔ",  "-maj7",
                                               "-^7",     "miMa7", "m(M7)"};
-constexpr SChordToneDefinition kMMaj7Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"7", 11, false}};
+constexpr SChordToneDefinition kMMaj7Tones[] = {{"1", 0, false, false},
+                                                {"b3", 3, false, false},
+                                                {"5", 7, true, false},
+                                                {"7", 11, false, false}};
 // dominant seventh flat five
 constexpr std::string_view k7b5Aliases[] = {"7b5", "7(b5)", "7-5", "7(-5)", "dom7dim5"};
-constexpr SChordToneDefinition k7b5Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"b5", 6, false}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7b5Tones[] = {{"1", 0, false, false},
+                                              {"3", 4, false, false},
+                                              {"b5", 6, false, false},
+                                              {"b7", 10, false, false}};
 // augmented seventh
 constexpr std::string_view k7Sharp5Aliases[] = {"7#5", "aug7",  "+7",   "7+",
                                                 "7+5", "7(#5)", "7aug", "7(+5)"};
-constexpr SChordToneDefinition k7Sharp5Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"#5", 8, false}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7Sharp5Tones[] = {{"1", 0, false, false},
+                                                  {"3", 4, false, false},
+                                                  {"#5", 8, false, false},
+                                                  {"b7", 10, false, false}};
 // dominant seventh flat nine
 constexpr std::string_view k7b9Aliases[] = {"7b9", "7(b9)", "7-9", "7(-9)", "7addb9"};
-constexpr SChordToneDefinition k7b9Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"b7", 10, false}, {"b9", 13, false}};
+constexpr SChordToneDefinition k7b9Tones[] = {{"1", 0, true, false},
+                                              {"3", 4, false, false},
+                                              {"5", 7, true, false},
+                                              {"b7", 10, false, false},
+                                              {"b9", 13, false, false}};
 // dominant seventh sharp nine
 constexpr std::string_view k7Sharp9Aliases[] = {"7#9", "7(#9)", "7+9", "7(+9)", "7add#9"};
-constexpr SChordToneDefinition k7Sharp9Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"b7", 10, false}, {"#9", 15, false}};
+constexpr SChordToneDefinition k7Sharp9Tones[] = {{"1", 0, false, false},
+                                                  {"3", 4, false, false},
+                                                  {"5", 7, true, false},
+                                                  {"b7", 10, false, false},
+                                                  {"#9", 15, false, false}};
 // altered dominant
 constexpr std::string_view k7altAliases[] = {"7alt", "alt", "alt7", "7(alt)", "alt.", "altered"};
-constexpr SChordToneDefinition k7altTones[] = {{"1", 0, true}, {"3", 4, false}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7altTones[] = {
+    {"1", 0, true, false}, {"3", 4, false, false}, {"b7", 10, false, false}};
 // major ninth
 constexpr std::string_view kMaj9Aliases[] = {"maj9", "M9",  "Δ9",      "^9",
                                              "Maj9", "ma9", "maj7(9)", "maj7add9"};
-constexpr SChordToneDefinition kMaj9Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"7", 11, false}, {"9", 14, false}};
+constexpr SChordToneDefinition kMaj9Tones[] = {{"1", 0, true, false},
+                                               {"3", 4, false, false},
+                                               {"5", 7, true, false},
+                                               {"7", 11, false, false},
+                                               {"9", 14, false, false}};
 // minor ninth
 constexpr std::string_view kM9Aliases[] = {"m9", "min9", "mi9", "-9", "m7(9)", "m7add9"};
-constexpr SChordToneDefinition kM9Tones[] = {
-    {"1", 0, true}, {"b3", 3, false}, {"5", 7, true}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition kM9Tones[] = {{"1", 0, true, false},
+                                             {"b3", 3, false, false},
+                                             {"5", 7, true, false},
+                                             {"b7", 10, false, false},
+                                             {"9", 14, false, false}};
 // minor added ninth
 constexpr std::string_view kMadd9Aliases[] = {"m(add9)", "madd9", "m(add2)", "madd2",
                                               "m2",      "-add9", "mi(add9)"};
-constexpr SChordToneDefinition kMadd9Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"9", 14, false}};
+constexpr SChordToneDefinition kMadd9Tones[] = {{"1", 0, false, false},
+                                                {"b3", 3, false, false},
+                                                {"5", 7, true, false},
+                                                {"9", 14, false, false}};
 // ninth suspended fourth
 constexpr std::string_view k9sus4Aliases[] = {"9sus4", "9sus", "9(sus4)", "7sus4(9)", "11(no3)"};
-constexpr SChordToneDefinition k9sus4Tones[] = {
-    {"1", 0, true}, {"4", 5, false}, {"5", 7, true}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition k9sus4Tones[] = {{"1", 0, true, false},
+                                                {"4", 5, false, false},
+                                                {"5", 7, true, false},
+                                                {"b7", 10, false, false},
+                                                {"9", 14, false, false}};
 // dominant eleventh
 constexpr std::string_view k11Aliases[] = {"11", "dom11", "9(11)", "9/11", "911", "7(11)"};
-constexpr SChordToneDefinition k11Tones[] = {{"1", 0, false},   {"3", 4, true},  {"5", 7, true},
-                                             {"b7", 10, false}, {"9", 14, true}, {"11", 17, false}};
+constexpr SChordToneDefinition k11Tones[] = {{"1", 0, false, false}, {"3", 4, true, false},
+                                             {"5", 7, true, false},  {"b7", 10, false, false},
+                                             {"9", 14, true, false}, {"11", 17, false, false}};
 // minor eleventh
 constexpr std::string_view kM11Aliases[] = {"m11", "min11", "mi11", "-11", "m9(11)"};
-constexpr SChordToneDefinition kM11Tones[] = {{"1", 0, true},  {"b3", 3, false},
-                                              {"5", 7, true},  {"b7", 10, false},
-                                              {"9", 14, true}, {"11", 17, false}};
+constexpr SChordToneDefinition kM11Tones[] = {{"1", 0, true, false},  {"b3", 3, false, false},
+                                              {"5", 7, true, false},  {"b7", 10, false, false},
+                                              {"9", 14, true, false}, {"11", 17, false, false}};
 // added eleventh
 constexpr std::string_view kAdd11Aliases[] = {"add11", "(add11)", "add4", "(add4)", "Madd11"};
-constexpr SChordToneDefinition kAdd11Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"5", 7, true}, {"11", 17, false}};
+constexpr SChordToneDefinition kAdd11Tones[] = {{"1", 0, false, false},
+                                                {"3", 4, false, false},
+                                                {"5", 7, true, false},
+                                                {"11", 17, false, false}};
 // lydian major seventh
 constexpr std::string_view kMaj7Sharp11Aliases[] = {"maj7#11",   "M7#11", "Δ#11",  "^7#11",
                                                     "maj7(#11)", "Δ#4",   "maj#4", "ma7(#11)"};
-constexpr SChordToneDefinition kMaj7Sharp11Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"7", 11, false}, {"#11", 18, false}};
+constexpr SChordToneDefinition kMaj7Sharp11Tones[] = {{"1", 0, true, false},
+                                                      {"3", 4, false, false},
+                                                      {"5", 7, true, false},
+                                                      {"7", 11, false, false},
+                                                      {"#11", 18, false, false}};
 // dominant thirteenth
 constexpr std::string_view k13Aliases[] = {"13", "dom13", "9(13)", "9add13"};
-constexpr SChordToneDefinition k13Tones[] = {{"1", 0, true},    {"3", 4, false}, {"5", 7, true},
-                                             {"b7", 10, false}, {"9", 14, true}, {"13", 21, false}};
+constexpr SChordToneDefinition k13Tones[] = {{"1", 0, true, false},  {"3", 4, false, false},
+                                             {"5", 7, true, false},  {"b7", 10, false, false},
+                                             {"9", 14, true, false}, {"13", 21, false, false}};
+constexpr std::int8_t k13Tolerated[] = {17};
 // suspended second and fourth
 constexpr std::string_view kSus24Aliases[] = {"sus2sus4", "sus24", "sus4add9", "sus4add2"};
 constexpr SChordToneDefinition kSus24Tones[] = {
-    {"1", 0, false}, {"2", 2, false}, {"4", 5, false}, {"5", 7, true}};
+    {"1", 0, false, false}, {"2", 2, false, false}, {"4", 5, false, false}, {"5", 7, true, false}};
 // major flat five
 constexpr std::string_view kMajb5Aliases[] = {"(b5)", "b5", "Mb5", "-5", "(-5)", "majb5"};
-constexpr SChordToneDefinition kMajb5Tones[] = {{"1", 0, false}, {"3", 4, false}, {"b5", 6, false}};
+constexpr SChordToneDefinition kMajb5Tones[] = {
+    {"1", 0, false, false}, {"3", 4, false, false}, {"b5", 6, false, false}};
 // minor sharp five
 constexpr std::string_view kMSharp5Aliases[] = {"m#5", "m+", "m(#5)", "-#5", "mi(#5)"};
 constexpr SChordToneDefinition kMSharp5Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"#5", 8, false}};
+    {"1", 0, false, false}, {"b3", 3, false, false}, {"#5", 8, false, false}};
 // minor six-nine
 constexpr std::string_view kM69Aliases[] = {"m6/9", "m69", "m6add9", "-69", "mi69"};
-constexpr SChordToneDefinition kM69Tones[] = {
-    {"1", 0, true}, {"b3", 3, false}, {"5", 7, true}, {"6", 9, false}, {"9", 14, false}};
+constexpr SChordToneDefinition kM69Tones[] = {{"1", 0, true, false},
+                                              {"b3", 3, false, false},
+                                              {"5", 7, true, false},
+                                              {"6", 9, false, false},
+                                              {"9", 14, false, false}};
 // augmented major seventh
 constexpr std::string_view kMaj7Sharp5Aliases[] = {
     "maj7#5", "maj7+5", "+maj7", "+M7", "augmaj7", "^7#5", "Δ#5", "M7#5", "maj7(#5)", "ma7(#5)"};
-constexpr SChordToneDefinition kMaj7Sharp5Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"#5", 8, false}, {"7", 11, false}};
+constexpr SChordToneDefinition kMaj7Sharp5Tones[] = {{"1", 0, false, false},
+                                                     {"3", 4, false, false},
+                                                     {"#5", 8, false, false},
+                                                     {"7", 11, false, false}};
 // major seventh flat five
 constexpr std::string_view kMaj7b5Aliases[] = {"maj7b5",  "M7b5", "maj7(b5)",
                                                "ma7(b5)", "Δb5",  "maj7-5"};
-constexpr SChordToneDefinition kMaj7b5Tones[] = {
-    {"1", 0, false}, {"3", 4, false}, {"b5", 6, false}, {"7", 11, false}};
+constexpr SChordToneDefinition kMaj7b5Tones[] = {{"1", 0, false, false},
+                                                 {"3", 4, false, false},
+                                                 {"b5", 6, false, false},
+                                                 {"7", 11, false, false}};
 // diminished major seventh
 constexpr std::string_view kMMaj7b5Aliases[] = {"m(maj7)b5", "mmaj7b5", "oM7", "dim(maj7)",
                                                 "mM7b5"};
-constexpr SChordToneDefinition kMMaj7b5Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"b5", 6, false}, {"7", 11, false}};
+constexpr SChordToneDefinition kMMaj7b5Tones[] = {{"1", 0, false, false},
+                                                  {"b3", 3, false, false},
+                                                  {"b5", 6, false, false},
+                                                  {"7", 11, false, false}};
 // dominant seventh suspended second
 constexpr std::string_view k7sus2Aliases[] = {"7sus2", "7(sus2)"};
-constexpr SChordToneDefinition k7sus2Tones[] = {
-    {"1", 0, false}, {"2", 2, false}, {"5", 7, true}, {"b7", 10, false}};
+constexpr SChordToneDefinition k7sus2Tones[] = {{"1", 0, false, false},
+                                                {"2", 2, false, false},
+                                                {"5", 7, true, false},
+                                                {"b7", 10, false, false}};
 // major seventh suspended second
 constexpr std::string_view kMaj7sus2Aliases[] = {"maj7sus2", "M7sus2", "^7sus2"};
 constexpr SChordToneDefinition kMaj7sus2Tones[] = {
-    {"1", 0, false}, {"2", 2, false}, {"5", 7, true}, {"7", 11, false}};
+    {"1", 0, false, false}, {"2", 2, false, false}, {"5", 7, true, false}, {"7", 11, false, false}};
 // major seventh suspended fourth
 constexpr std::string_view kMaj7sus4Aliases[] = {"maj7sus4", "M7sus4", "maj7sus", "^7sus4"};
 constexpr SChordToneDefinition kMaj7sus4Tones[] = {
-    {"1", 0, false}, {"4", 5, false}, {"5", 7, true}, {"7", 11, false}};
+    {"1", 0, false, false}, {"4", 5, false, false}, {"5", 7, true, false}, {"7", 11, false, false}};
 // lydian dominant seventh
 constexpr std::string_view k7Sharp11Aliases[] = {"7#11", "7(#11)", "7+11", "7#4"};
-constexpr SChordToneDefinition k7Sharp11Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"5", 7, true}, {"b7", 10, false}, {"#11", 18, false}};
+constexpr SChordToneDefinition k7Sharp11Tones[] = {{"1", 0, true, false},
+                                                   {"3", 4, false, false},
+                                                   {"5", 7, true, false},
+                                                   {"b7", 10, false, false},
+                                                   {"#11", 18, false, false}};
 // dominant seventh flat thirteen
 constexpr std::string_view k7b13Aliases[] = {"7b13", "7(b13)", "7-13"};
-constexpr SChordToneDefinition k7b13Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"b7", 10, false}, {"b13", 20, false}};
+constexpr SChordToneDefinition k7b13Tones[] = {{"1", 0, true, false},
+                                               {"3", 4, false, false},
+                                               {"b7", 10, false, false},
+                                               {"b13", 20, false, false}};
 // dominant seventh flat nine sharp five
 constexpr std::string_view k7b9Sharp5Aliases[] = {"7b9#5",    "7#5b9", "7(b9,#5)",
                                                   "7(#5,b9)", "7+5-9", "aug7b9"};
-constexpr SChordToneDefinition k7b9Sharp5Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"#5", 8, false}, {"b7", 10, false}, {"b9", 13, false}};
+constexpr SChordToneDefinition k7b9Sharp5Tones[] = {{"1", 0, true, false},
+                                                    {"3", 4, false, false},
+                                                    {"#5", 8, false, false},
+                                                    {"b7", 10, false, false},
+                                                    {"b9", 13, false, false}};
 // dominant seventh sharp nine sharp five
 constexpr std::string_view k7Sharp9Sharp5Aliases[] = {"7#9#5", "7#5#9", "7(#9,#5)", "7(#5,#9)",
                                                       "7+5+9"};
-constexpr SChordToneDefinition k7Sharp9Sharp5Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"#5", 8, false}, {"b7", 10, false}, {"#9", 15, false}};
+constexpr SChordToneDefinition k7Sharp9Sharp5Tones[] = {{"1", 0, true, false},
+                                                        {"3", 4, false, false},
+                                                        {"#5", 8, false, false},
+                                                        {"b7", 10, false, false},
+                                                        {"#9", 15, false, false}};
 // minor-major ninth
 constexpr std::string_view kMMaj9Aliases[] = {"m(maj9)", "mmaj9", "mMaj9", "mM9",
                                               "minmaj9", "-^9",   "miMa9"};
-constexpr SChordToneDefinition kMMaj9Tones[] = {
-    {"1", 0, true}, {"b3", 3, false}, {"5", 7, true}, {"7", 11, false}, {"9", 14, false}};
+constexpr SChordToneDefinition kMMaj9Tones[] = {{"1", 0, true, false},
+                                                {"b3", 3, false, false},
+                                                {"5", 7, true, false},
+                                                {"7", 11, false, false},
+                                                {"9", 14, false, false}};
 // ninth flat five
 constexpr std::string_view k9b5Aliases[] = {"9b5", "9(b5)", "9-5"};
-constexpr SChordToneDefinition k9b5Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"b5", 6, false}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition k9b5Tones[] = {{"1", 0, true, false},
+                                              {"3", 4, false, false},
+                                              {"b5", 6, false, false},
+                                              {"b7", 10, false, false},
+                                              {"9", 14, false, false}};
 // augmented ninth
 constexpr std::string_view k9Sharp5Aliases[] = {"9#5", "aug9", "+9", "9+", "9(#5)", "9+5"};
-constexpr SChordToneDefinition k9Sharp5Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"#5", 8, false}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition k9Sharp5Tones[] = {{"1", 0, true, false},
+                                                  {"3", 4, false, false},
+                                                  {"#5", 8, false, false},
+                                                  {"b7", 10, false, false},
+                                                  {"9", 14, false, false}};
 // ninth sharp eleven
 constexpr std::string_view k9Sharp11Aliases[] = {"9#11", "9(#11)", "9+11", "9#4"};
-constexpr SChordToneDefinition k9Sharp11Tones[] = {{"1", 0, true},  {"3", 4, false},
-                                                   {"5", 7, true},  {"b7", 10, false},
-                                                   {"9", 14, true}, {"#11", 18, false}};
+constexpr SChordToneDefinition k9Sharp11Tones[] = {
+    {"1", 0, true, false},    {"3", 4, false, false}, {"5", 7, true, false},
+    {"b7", 10, false, false}, {"9", 14, true, false}, {"#11", 18, false, false}};
 // half-diminished ninth
 constexpr std::string_view kM9b5Aliases[] = {"m9b5", "m9(b5)", "ø9", "h9"};
-constexpr SChordToneDefinition kM9b5Tones[] = {
-    {"1", 0, true}, {"b3", 3, false}, {"b5", 6, false}, {"b7", 10, false}, {"9", 14, false}};
+constexpr SChordToneDefinition kM9b5Tones[] = {{"1", 0, true, false},
+                                               {"b3", 3, false, false},
+                                               {"b5", 6, false, false},
+                                               {"b7", 10, false, false},
+                                               {"9", 14, false, false}};
 // minor seventh added eleventh
 constexpr std::string_view kM7add11Aliases[] = {"m7(11)",    "m7add11", "m7add4",
                                                 "m7(add11)", "m711",    "min7add11"};
-constexpr SChordToneDefinition kM7add11Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"b7", 10, false}, {"11", 17, false}};
+constexpr SChordToneDefinition kM7add11Tones[] = {{"1", 0, false, false},
+                                                  {"b3", 3, false, false},
+                                                  {"5", 7, true, false},
+                                                  {"b7", 10, false, false},
+                                                  {"11", 17, false, false}};
 // major eleventh
 constexpr std::string_view kMaj11Aliases[] = {"maj11", "M11", "Maj11", "maj9(11)"};
-constexpr SChordToneDefinition kMaj11Tones[] = {{"1", 0, true},  {"3", 4, false},
-                                                {"5", 7, true},  {"7", 11, false},
-                                                {"9", 14, true}, {"11", 17, false}};
+constexpr SChordToneDefinition kMaj11Tones[] = {{"1", 0, true, false},  {"3", 4, false, false},
+                                                {"5", 7, true, false},  {"7", 11, false, false},
+                                                {"9", 14, true, false}, {"11", 17, false, false}};
 // minor-major eleventh
 constexpr std::string_view kMMaj11Aliases[] = {"m(maj11)", "mmaj11", "mMaj11", "mM11", "minmaj11"};
-constexpr SChordToneDefinition kMMaj11Tones[] = {{"1", 0, true},  {"b3", 3, false},
-                                                 {"5", 7, true},  {"7", 11, false},
-                                                 {"9", 14, true}, {"11", 17, false}};
+constexpr SChordToneDefinition kMMaj11Tones[] = {{"1", 0, true, false},  {"b3", 3, false, false},
+                                                 {"5", 7, true, false},  {"7", 11, false, false},
+                                                 {"9", 14, true, false}, {"11", 17, false, false}};
 // minor added eleventh
 constexpr std::string_view kMadd11Aliases[] = {"m(add11)", "madd11", "madd4", "m(add4)", "-add11"};
-constexpr SChordToneDefinition kMadd11Tones[] = {
-    {"1", 0, false}, {"b3", 3, false}, {"5", 7, true}, {"11", 17, false}};
+constexpr SChordToneDefinition kMadd11Tones[] = {{"1", 0, false, false},
+                                                 {"b3", 3, false, false},
+                                                 {"5", 7, true, false},
+                                                 {"11", 17, false, false}};
 // major thirteenth
 constexpr std::string_view kMaj13Aliases[] = {"maj13", "M13",  "Δ13",     "^13",
                                               "Maj13", "ma13", "maj9(13)"};
-constexpr SChordToneDefinition kMaj13Tones[] = {{"1", 0, true},  {"3", 4, false},
-                                                {"5", 7, true},  {"7", 11, false},
-                                                {"9", 14, true}, {"13", 21, false}};
+constexpr SChordToneDefinition kMaj13Tones[] = {{"1", 0, true, false},  {"3", 4, false, false},
+                                                {"5", 7, true, false},  {"7", 11, false, false},
+                                                {"9", 14, true, false}, {"13", 21, false, false}};
+constexpr std::int8_t kMaj13Tolerated[] = {17};
 // minor thirteenth
 constexpr std::string_view kM13Aliases[] = {"m13", "min13", "mi13", "-13"};
-constexpr SChordToneDefinition kM13Tones[] = {{"1", 0, true},  {"b3", 3, false},
-                                              {"5", 7, true},  {"b7", 10, false},
-                                              {"9", 14, true}, {"13", 21, false}};
+constexpr SChordToneDefinition kM13Tones[] = {{"1", 0, true, false},  {"b3", 3, false, false},
+                                              {"5", 7, true, false},  {"b7", 10, false, false},
+                                              {"9", 14, true, false}, {"13", 21, false, false}};
 // thirteenth flat nine
 constexpr std::string_view k13b9Aliases[] = {"13b9", "13(b9)", "7(b9,13)", "7b9(13)"};
-constexpr SChordToneDefinition k13b9Tones[] = {{"1", 0, true},    {"3", 4, false},
-                                               {"5", 7, true},    {"b7", 10, false},
-                                               {"b9", 13, false}, {"13", 21, false}};
+constexpr SChordToneDefinition k13b9Tones[] = {{"1", 0, true, false},    {"3", 4, false, false},
+                                               {"5", 7, true, false},    {"b7", 10, false, false},
+                                               {"b9", 13, false, false}, {"13", 21, false, false}};
 // thirteenth sharp eleven
 constexpr std::string_view k13Sharp11Aliases[] = {"13#11", "13(#11)", "13+11", "13#4"};
 constexpr SChordToneDefinition k13Sharp11Tones[] = {
-    {"1", 0, true},  {"3", 4, false},    {"5", 7, true},   {"b7", 10, false},
-    {"9", 14, true}, {"#11", 18, false}, {"13", 21, false}};
+    {"1", 0, true, false},    {"3", 4, false, false}, {"5", 7, true, false},
+    {"b7", 10, false, false}, {"9", 14, true, false}, {"#11", 18, false, false},
+    {"13", 21, false, false}};
 // thirteenth flat five flat nine
 constexpr std::string_view k13b5b9Aliases[] = {"13b5b9", "13(b5,b9)", "13b9b5"};
-constexpr SChordToneDefinition k13b5b9Tones[] = {{"1", 0, true},    {"3", 4, true},
-                                                 {"b5", 6, false},  {"b7", 10, false},
-                                                 {"b9", 13, false}, {"13", 21, false}};
+constexpr SChordToneDefinition k13b5b9Tones[] = {
+    {"1", 0, true, false},    {"3", 4, true, false},    {"b5", 6, false, false},
+    {"b7", 10, false, false}, {"b9", 13, false, false}, {"13", 21, false, false}};
 // dominant seventh flat nine flat thirteen
 constexpr std::string_view k7b9b13Aliases[] = {"7b9b13", "b13b9", "7(b9,b13)", "7b13b9"};
-constexpr SChordToneDefinition k7b9b13Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"b7", 10, false}, {"b9", 13, false}, {"b13", 20, false}};
+constexpr SChordToneDefinition k7b9b13Tones[] = {{"1", 0, true, false},
+                                                 {"3", 4, false, false},
+                                                 {"b7", 10, false, false},
+                                                 {"b9", 13, false, false},
+                                                 {"b13", 20, false, false}};
 // dominant seventh sharp nine flat thirteen
 constexpr std::string_view k7Sharp9b13Aliases[] = {"7#9b13", "b13#9", "7(#9,b13)", "7b13#9"};
-constexpr SChordToneDefinition k7Sharp9b13Tones[] = {
-    {"1", 0, true}, {"3", 4, false}, {"b7", 10, false}, {"#9", 15, false}, {"b13", 20, false}};
+constexpr SChordToneDefinition k7Sharp9b13Tones[] = {{"1", 0, true, false},
+                                                     {"3", 4, false, false},
+                                                     {"b7", 10, false, false},
+                                                     {"#9", 15, false, false},
+                                                     {"b13", 20, false, false}};
 
 constexpr SChordQualityDefinition kDefinitions[] = {
-    {"maj", "", "major", SChordQualityTier::Core, kMajAliases, kMajTones},
-    {"min", "m", "minor", SChordQualityTier::Core, kMinAliases, kMinTones},
-    {"dim", "dim", "diminished triad", SChordQualityTier::Core, kDimAliases, kDimTones},
-    {"aug", "aug", "augmented triad", SChordQualityTier::Core, kAugAliases, kAugTones},
-    {"sus4", "sus4", "suspended fourth", SChordQualityTier::Core, kSus4Aliases, kSus4Tones},
-    {"sus2", "sus2", "suspended second", SChordQualityTier::Core, kSus2Aliases, kSus2Tones},
-    {"5", "5", "power chord", SChordQualityTier::Core, k5Aliases, k5Tones},
-    {"6", "6", "major sixth", SChordQualityTier::Core, k6Aliases, k6Tones},
-    {"m6", "m6", "minor sixth", SChordQualityTier::Core, kM6Aliases, kM6Tones},
-    {"7", "7", "dominant seventh", SChordQualityTier::Core, k7Aliases, k7Tones},
-    {"maj7", "maj7", "major seventh", SChordQualityTier::Core, kMaj7Aliases, kMaj7Tones},
-    {"m7", "m7", "minor seventh", SChordQualityTier::Core, kM7Aliases, kM7Tones},
-    {"dim7", "dim7", "diminished seventh", SChordQualityTier::Core, kDim7Aliases, kDim7Tones},
-    {"m7b5", "m7b5", "half-diminished seventh", SChordQualityTier::Core, kM7b5Aliases, kM7b5Tones},
-    {"7sus4", "7sus4", "dominant seventh suspended fourth", SChordQualityTier::Core, k7sus4Aliases,
-     k7sus4Tones},
-    {"9", "9", "dominant ninth", SChordQualityTier::Core, k9Aliases, k9Tones},
-    {"add9", "add9", "added ninth", SChordQualityTier::Core, kAdd9Aliases, kAdd9Tones},
-    {"69", "6/9", "six-nine", SChordQualityTier::Common, k69Aliases, k69Tones},
-    {"mMaj7", "m(maj7)", "minor-major seventh", SChordQualityTier::Common, kMMaj7Aliases,
-     kMMaj7Tones},
-    {"7b5", "7b5", "dominant seventh flat five", SChordQualityTier::Common, k7b5Aliases, k7b5Tones},
-    {"7#5", "7#5", "augmented seventh", SChordQualityTier::Common, k7Sharp5Aliases, k7Sharp5Tones},
-    {"7b9", "7b9", "dominant seventh flat nine", SChordQualityTier::Common, k7b9Aliases, k7b9Tones},
-    {"7#9", "7#9", "dominant seventh sharp nine", SChordQualityTier::Common, k7Sharp9Aliases,
-     k7Sharp9Tones},
-    {"7alt", "7alt", "altered dominant", SChordQualityTier::Common, k7altAliases, k7altTones},
-    {"maj9", "maj9", "major ninth", SChordQualityTier::Common, kMaj9Aliases, kMaj9Tones},
-    {"m9", "m9", "minor ninth", SChordQualityTier::Common, kM9Aliases, kM9Tones},
-    {"madd9", "m(add9)", "minor added ninth", SChordQualityTier::Common, kMadd9Aliases,
-     kMadd9Tones},
-    {"9sus4", "9sus4", "ninth suspended fourth", SChordQualityTier::Common, k9sus4Aliases,
-     k9sus4Tones},
-    {"11", "11", "dominant eleventh", SChordQualityTier::Common, k11Aliases, k11Tones},
-    {"m11", "m11", "minor eleventh", SChordQualityTier::Common, kM11Aliases, kM11Tones},
-    {"add11", "add11", "added eleventh", SChordQualityTier::Common, kAdd11Aliases, kAdd11Tones},
-    {"maj7#11", "maj7#11", "lydian major seventh", SChordQualityTier::Common, kMaj7Sharp11Aliases,
-     kMaj7Sharp11Tones},
-    {"13", "13", "dominant thirteenth", SChordQualityTier::Common, k13Aliases, k13Tones},
-    {"sus24", "sus2sus4", "suspended second and fourth", SChordQualityTier::Rare, kSus24Aliases,
-     kSus24Tones},
-    {"majb5", "(b5)", "major flat five", SChordQualityTier::Rare, kMajb5Aliases, kMajb5Tones},
-    {"m#5", "m#5", "minor sharp five", SChordQualityTier::Rare, kMSharp5Aliases, kMSharp5Tones},
-    {"m69", "m6/9", "minor six-nine", SChordQualityTier::Rare, kM69Aliases, kM69Tones},
-    {"maj7#5", "maj7#5", "augmented major seventh", SChordQualityTier::Rare, kMaj7Sharp5Aliases,
-     kMaj7Sharp5Tones},
-    {"maj7b5", "maj7b5", "major seventh flat five", SChordQualityTier::Rare, kMaj7b5Aliases,
-     kMaj7b5Tones},
-    {"mMaj7b5", "m(maj7)b5", "diminished major seventh", SChordQualityTier::Rare, kMMaj7b5Aliases,
-     kMMaj7b5Tones},
-    {"7sus2", "7sus2", "dominant seventh suspended second", SChordQualityTier::Rare, k7sus2Aliases,
-     k7sus2Tones},
-    {"maj7sus2", "maj7sus2", "major seventh suspended second", SChordQualityTier::Rare,
-     kMaj7sus2Aliases, kMaj7sus2Tones},
-    {"maj7sus4", "maj7sus4", "major seventh suspended fourth", SChordQualityTier::Rare,
-     kMaj7sus4Aliases, kMaj7sus4Tones},
-    {"7#11", "7#11", "lydian dominant seventh", SChordQualityTier::Rare, k7Sharp11Aliases,
-     k7Sharp11Tones},
-    {"7b13", "7b13", "dominant seventh flat thirteen", SChordQualityTier::Rare, k7b13Aliases,
-     k7b13Tones},
-    {"7b9#5", "7b9#5", "dominant seventh flat nine sharp five", SChordQualityTier::Rare,
-     k7b9Sharp5Aliases, k7b9Sharp5Tones},
-    {"7#9#5", "7#9#5", "dominant seventh sharp nine sharp five", SChordQualityTier::Rare,
-     k7Sharp9Sharp5Aliases, k7Sharp9Sharp5Tones},
-    {"mMaj9", "m(maj9)", "minor-major ninth", SChordQualityTier::Rare, kMMaj9Aliases, kMMaj9Tones},
-    {"9b5", "9b5", "ninth flat five", SChordQualityTier::Rare, k9b5Aliases, k9b5Tones},
-    {"9#5", "9#5", "augmented ninth", SChordQualityTier::Rare, k9Sharp5Aliases, k9Sharp5Tones},
-    {"9#11", "9#11", "ninth sharp eleven", SChordQualityTier::Rare, k9Sharp11Aliases,
-     k9Sharp11Tones},
-    {"m9b5", "m9b5", "half-diminished ninth", SChordQualityTier::Rare, kM9b5Aliases, kM9b5Tones},
-    {"m7add11", "m7(11)", "minor seventh added eleventh", SChordQualityTier::Rare, kM7add11Aliases,
-     kM7add11Tones},
-    {"maj11", "maj11", "major eleventh", SChordQualityTier::Rare, kMaj11Aliases, kMaj11Tones},
-    {"mMaj11", "m(maj11)", "minor-major eleventh", SChordQualityTier::Rare, kMMaj11Aliases,
-     kMMaj11Tones},
-    {"madd11", "m(add11)", "minor added eleventh", SChordQualityTier::Rare, kMadd11Aliases,
-     kMadd11Tones},
-    {"maj13", "maj13", "major thirteenth", SChordQualityTier::Rare, kMaj13Aliases, kMaj13Tones},
-    {"m13", "m13", "minor thirteenth", SChordQualityTier::Rare, kM13Aliases, kM13Tones},
-    {"13b9", "13b9", "thirteenth flat nine", SChordQualityTier::Rare, k13b9Aliases, k13b9Tones},
-    {"13#11", "13#11", "thirteenth sharp eleven", SChordQualityTier::Rare, k13Sharp11Aliases,
-     k13Sharp11Tones},
-    {"13b5b9", "13b5b9", "thirteenth flat five flat nine", SChordQualityTier::Rare, k13b5b9Aliases,
-     k13b5b9Tones},
-    {"7b9b13", "7b9b13", "dominant seventh flat nine flat thirteen", SChordQualityTier::Rare,
-     k7b9b13Aliases, k7b9b13Tones},
-    {"7#9b13", "7#9b13", "dominant seventh sharp nine flat thirteen", SChordQualityTier::Rare,
-     k7Sharp9b13Aliases, k7Sharp9b13Tones},
+    {"maj",
+     "",
+     "major",
+     SChordQualityTier::Core,
+     kMajAliases,
+     kMajTones,
+     {},
+     SChordRootOmission::Never},
+    {"min",
+     "m",
+     "minor",
+     SChordQualityTier::Core,
+     kMinAliases,
+     kMinTones,
+     {},
+     SChordRootOmission::Never},
+    {"dim", "dim", "diminished triad", SChordQualityTier::Core, kDimAliases, kDimTones,
+     kDimTolerated, SChordRootOmission::Never},
+    {"aug",
+     "aug",
+     "augmented triad",
+     SChordQualityTier::Core,
+     kAugAliases,
+     kAugTones,
+     {},
+     SChordRootOmission::Never},
+    {"sus4",
+     "sus4",
+     "suspended fourth",
+     SChordQualityTier::Core,
+     kSus4Aliases,
+     kSus4Tones,
+     {},
+     SChordRootOmission::Never},
+    {"sus2",
+     "sus2",
+     "suspended second",
+     SChordQualityTier::Core,
+     kSus2Aliases,
+     kSus2Tones,
+     {},
+     SChordRootOmission::Never},
+    {"5",
+     "5",
+     "power chord",
+     SChordQualityTier::Core,
+     k5Aliases,
+     k5Tones,
+     {},
+     SChordRootOmission::Never},
+    {"6",
+     "6",
+     "major sixth",
+     SChordQualityTier::Core,
+     k6Aliases,
+     k6Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"m6",
+     "m6",
+     "minor sixth",
+     SChordQualityTier::Core,
+     kM6Aliases,
+     kM6Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7",
+     "7",
+     "dominant seventh",
+     SChordQualityTier::Core,
+     k7Aliases,
+     k7Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"maj7",
+     "maj7",
+     "major seventh",
+     SChordQualityTier::Core,
+     kMaj7Aliases,
+     kMaj7Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"m7",
+     "m7",
+     "minor seventh",
+     SChordQualityTier::Core,
+     kM7Aliases,
+     kM7Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"dim7",
+     "dim7",
+     "diminished seventh",
+     SChordQualityTier::Core,
+     kDim7Aliases,
+     kDim7Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"m7b5",
+     "m7b5",
+     "half-diminished seventh",
+     SChordQualityTier::Core,
+     kM7b5Aliases,
+     kM7b5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7sus4",
+     "7sus4",
+     "dominant seventh suspended fourth",
+     SChordQualityTier::Core,
+     k7sus4Aliases,
+     k7sus4Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"9",
+     "9",
+     "dominant ninth",
+     SChordQualityTier::Core,
+     k9Aliases,
+     k9Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"add9",
+     "add9",
+     "added ninth",
+     SChordQualityTier::Core,
+     kAdd9Aliases,
+     kAdd9Tones,
+     {},
+     SChordRootOmission::Never},
+    {"69",
+     "6/9",
+     "six-nine",
+     SChordQualityTier::Common,
+     k69Aliases,
+     k69Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"mMaj7",
+     "m(maj7)",
+     "minor-major seventh",
+     SChordQualityTier::Common,
+     kMMaj7Aliases,
+     kMMaj7Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7b5",
+     "7b5",
+     "dominant seventh flat five",
+     SChordQualityTier::Common,
+     k7b5Aliases,
+     k7b5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7#5",
+     "7#5",
+     "augmented seventh",
+     SChordQualityTier::Common,
+     k7Sharp5Aliases,
+     k7Sharp5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7b9",
+     "7b9",
+     "dominant seventh flat nine",
+     SChordQualityTier::Common,
+     k7b9Aliases,
+     k7b9Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7#9",
+     "7#9",
+     "dominant seventh sharp nine",
+     SChordQualityTier::Common,
+     k7Sharp9Aliases,
+     k7Sharp9Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7alt",
+     "7alt",
+     "altered dominant",
+     SChordQualityTier::Common,
+     k7altAliases,
+     k7altTones,
+     {},
+     SChordRootOmission::Jazz},
+    {"maj9",
+     "maj9",
+     "major ninth",
+     SChordQualityTier::Common,
+     kMaj9Aliases,
+     kMaj9Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"m9",
+     "m9",
+     "minor ninth",
+     SChordQualityTier::Common,
+     kM9Aliases,
+     kM9Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"madd9",
+     "m(add9)",
+     "minor added ninth",
+     SChordQualityTier::Common,
+     kMadd9Aliases,
+     kMadd9Tones,
+     {},
+     SChordRootOmission::Never},
+    {"9sus4",
+     "9sus4",
+     "ninth suspended fourth",
+     SChordQualityTier::Common,
+     k9sus4Aliases,
+     k9sus4Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"11",
+     "11",
+     "dominant eleventh",
+     SChordQualityTier::Common,
+     k11Aliases,
+     k11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"m11",
+     "m11",
+     "minor eleventh",
+     SChordQualityTier::Common,
+     kM11Aliases,
+     kM11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"add11",
+     "add11",
+     "added eleventh",
+     SChordQualityTier::Common,
+     kAdd11Aliases,
+     kAdd11Tones,
+     {},
+     SChordRootOmission::Never},
+    {"maj7#11",
+     "maj7#11",
+     "lydian major seventh",
+     SChordQualityTier::Common,
+     kMaj7Sharp11Aliases,
+     kMaj7Sharp11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"13", "13", "dominant thirteenth", SChordQualityTier::Common, k13Aliases, k13Tones,
+     k13Tolerated, SChordRootOmission::SmallInstruments},
+    {"sus24",
+     "sus2sus4",
+     "suspended second and fourth",
+     SChordQualityTier::Rare,
+     kSus24Aliases,
+     kSus24Tones,
+     {},
+     SChordRootOmission::Never},
+    {"majb5",
+     "(b5)",
+     "major flat five",
+     SChordQualityTier::Rare,
+     kMajb5Aliases,
+     kMajb5Tones,
+     {},
+     SChordRootOmission::Never},
+    {"m#5",
+     "m#5",
+     "minor sharp five",
+     SChordQualityTier::Rare,
+     kMSharp5Aliases,
+     kMSharp5Tones,
+     {},
+     SChordRootOmission::Never},
+    {"m69",
+     "m6/9",
+     "minor six-nine",
+     SChordQualityTier::Rare,
+     kM69Aliases,
+     kM69Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"maj7#5",
+     "maj7#5",
+     "augmented major seventh",
+     SChordQualityTier::Rare,
+     kMaj7Sharp5Aliases,
+     kMaj7Sharp5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"maj7b5",
+     "maj7b5",
+     "major seventh flat five",
+     SChordQualityTier::Rare,
+     kMaj7b5Aliases,
+     kMaj7b5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"mMaj7b5",
+     "m(maj7)b5",
+     "diminished major seventh",
+     SChordQualityTier::Rare,
+     kMMaj7b5Aliases,
+     kMMaj7b5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7sus2",
+     "7sus2",
+     "dominant seventh suspended second",
+     SChordQualityTier::Rare,
+     k7sus2Aliases,
+     k7sus2Tones,
+     {},
+     SChordRootOmission::Never},
+    {"maj7sus2",
+     "maj7sus2",
+     "major seventh suspended second",
+     SChordQualityTier::Rare,
+     kMaj7sus2Aliases,
+     kMaj7sus2Tones,
+     {},
+     SChordRootOmission::Never},
+    {"maj7sus4",
+     "maj7sus4",
+     "major seventh suspended fourth",
+     SChordQualityTier::Rare,
+     kMaj7sus4Aliases,
+     kMaj7sus4Tones,
+     {},
+     SChordRootOmission::Never},
+    {"7#11",
+     "7#11",
+     "lydian dominant seventh",
+     SChordQualityTier::Rare,
+     k7Sharp11Aliases,
+     k7Sharp11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7b13",
+     "7b13",
+     "dominant seventh flat thirteen",
+     SChordQualityTier::Rare,
+     k7b13Aliases,
+     k7b13Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7b9#5",
+     "7b9#5",
+     "dominant seventh flat nine sharp five",
+     SChordQualityTier::Rare,
+     k7b9Sharp5Aliases,
+     k7b9Sharp5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"7#9#5",
+     "7#9#5",
+     "dominant seventh sharp nine sharp five",
+     SChordQualityTier::Rare,
+     k7Sharp9Sharp5Aliases,
+     k7Sharp9Sharp5Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"mMaj9",
+     "m(maj9)",
+     "minor-major ninth",
+     SChordQualityTier::Rare,
+     kMMaj9Aliases,
+     kMMaj9Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"9b5",
+     "9b5",
+     "ninth flat five",
+     SChordQualityTier::Rare,
+     k9b5Aliases,
+     k9b5Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"9#5",
+     "9#5",
+     "augmented ninth",
+     SChordQualityTier::Rare,
+     k9Sharp5Aliases,
+     k9Sharp5Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"9#11",
+     "9#11",
+     "ninth sharp eleven",
+     SChordQualityTier::Rare,
+     k9Sharp11Aliases,
+     k9Sharp11Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"m9b5",
+     "m9b5",
+     "half-diminished ninth",
+     SChordQualityTier::Rare,
+     kM9b5Aliases,
+     kM9b5Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"m7add11",
+     "m7(11)",
+     "minor seventh added eleventh",
+     SChordQualityTier::Rare,
+     kM7add11Aliases,
+     kM7add11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"maj11",
+     "maj11",
+     "major eleventh",
+     SChordQualityTier::Rare,
+     kMaj11Aliases,
+     kMaj11Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"mMaj11",
+     "m(maj11)",
+     "minor-major eleventh",
+     SChordQualityTier::Rare,
+     kMMaj11Aliases,
+     kMMaj11Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"madd11",
+     "m(add11)",
+     "minor added eleventh",
+     SChordQualityTier::Rare,
+     kMadd11Aliases,
+     kMadd11Tones,
+     {},
+     SChordRootOmission::Never},
+    {"maj13", "maj13", "major thirteenth", SChordQualityTier::Rare, kMaj13Aliases, kMaj13Tones,
+     kMaj13Tolerated, SChordRootOmission::SmallInstruments},
+    {"m13",
+     "m13",
+     "minor thirteenth",
+     SChordQualityTier::Rare,
+     kM13Aliases,
+     kM13Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"13b9",
+     "13b9",
+     "thirteenth flat nine",
+     SChordQualityTier::Rare,
+     k13b9Aliases,
+     k13b9Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"13#11",
+     "13#11",
+     "thirteenth sharp eleven",
+     SChordQualityTier::Rare,
+     k13Sharp11Aliases,
+     k13Sharp11Tones,
+     {},
+     SChordRootOmission::Jazz},
+    {"13b5b9",
+     "13b5b9",
+     "thirteenth flat five flat nine",
+     SChordQualityTier::Rare,
+     k13b5b9Aliases,
+     k13b5b9Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"7b9b13",
+     "7b9b13",
+     "dominant seventh flat nine flat thirteen",
+     SChordQualityTier::Rare,
+     k7b9b13Aliases,
+     k7b9b13Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
+    {"7#9b13",
+     "7#9b13",
+     "dominant seventh sharp nine flat thirteen",
+     SChordQualityTier::Rare,
+     k7Sharp9b13Aliases,
+     k7Sharp9b13Tones,
+     {},
+     SChordRootOmission::SmallInstruments},
 };
 
 } // namespace

@@ -9,6 +9,7 @@ import re
 import sys
 
 TIERS = {"core": "Core", "common": "Common", "rare": "Rare"}
+ROOT_OMISSIONS = {"no": "Never", "jazz": "Jazz", "small-instruments": "SmallInstruments"}
 
 
 def cxx_string(text):
@@ -42,15 +43,23 @@ def main():
         out.append(f"constexpr std::string_view {name}Aliases[] = {{"
                    + ", ".join(cxx_string(a) for a in q["aliases"]) + "};")
         out.append(f"constexpr SChordToneDefinition {name}Tones[] = {{"
-                   + ", ".join("{%s, %d, %s}" % (cxx_string(d), s,
-                                                 "true" if d in q["omittable_degrees"] else "false")
+                   + ", ".join("{%s, %d, %s, %s}" % (
+                       cxx_string(d), s,
+                       "true" if d in q["omittable_degrees"] else "false",
+                       "true" if d in q["omittable_rare_degrees"] else "false")
                                for d, s in tones) + "};")
+        tolerated = sorted(q["tolerated_semitones"])
+        if tolerated:
+            out.append(f"constexpr std::int8_t {name}Tolerated[] = {{"
+                       + ", ".join(str(s) for s in tolerated) + "};")
     out.append("")
     out.append("constexpr SChordQualityDefinition kDefinitions[] = {")
     for q in qualities:
         name = symbol(q["id"])
         out.append(f"    {{{cxx_string(q['id'])}, {cxx_string(q['suffix'])}, {cxx_string(q['name'])}, "
-                   f"SChordQualityTier::{TIERS[q['tier']]}, {name}Aliases, {name}Tones}},")
+                   f"SChordQualityTier::{TIERS[q['tier']]}, {name}Aliases, {name}Tones, "
+                   f"{name + 'Tolerated' if q['tolerated_semitones'] else '{}'}, "
+                   f"SChordRootOmission::{ROOT_OMISSIONS[q['root_omittable']]}}},")
     out.append("};")
     out.append("")
     out.append("} // namespace")

@@ -20,6 +20,7 @@ using tarv::SChord;
 using tarv::SChordQualityDefinition;
 using tarv::SChordQualityDefinitions;
 using tarv::SChordQualityTier;
+using tarv::SChordRootOmission;
 using tarv::SNote;
 
 namespace {
@@ -248,6 +249,7 @@ TEST(SChordQualityTable, MatchesTheSharedQualityData) {
         const auto degrees = quality.at("degrees").get<std::vector<std::string>>();
         const auto semitones = quality.at("semitones").get<std::vector<int>>();
         const auto omittable = quality.at("omittable_degrees").get<std::vector<std::string>>();
+        const auto rare = quality.at("omittable_rare_degrees").get<std::vector<std::string>>();
         ASSERT_EQ(definition->tones.size(), degrees.size()) << identifier;
         for (std::size_t i = 0; i < degrees.size(); ++i) {
             const auto tone = std::find_if(definition->tones.begin(), definition->tones.end(),
@@ -257,7 +259,21 @@ TEST(SChordQualityTable, MatchesTheSharedQualityData) {
             EXPECT_EQ(tone->omittable,
                       std::find(omittable.begin(), omittable.end(), degrees[i]) != omittable.end())
                 << identifier << " " << degrees[i];
+            EXPECT_EQ(tone->rarelyOmittable,
+                      std::find(rare.begin(), rare.end(), degrees[i]) != rare.end())
+                << identifier << " " << degrees[i];
         }
+        const auto tolerated = quality.at("tolerated_semitones").get<std::vector<int>>();
+        EXPECT_EQ(std::vector<int>(definition->toleratedSemitones.begin(),
+                                   definition->toleratedSemitones.end()),
+                  tolerated)
+            << identifier;
+        const auto rootOmittable = quality.at("root_omittable").get<std::string>();
+        const auto expectedOmission = rootOmittable == "small-instruments"
+                                          ? SChordRootOmission::SmallInstruments
+                                      : rootOmittable == "jazz" ? SChordRootOmission::Jazz
+                                                                : SChordRootOmission::Never;
+        EXPECT_EQ(definition->rootOmission, expectedOmission) << identifier;
     }
 }
 
