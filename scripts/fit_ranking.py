@@ -15,7 +15,7 @@ FEATURES = [
     "reach", "position", "fingers", "barre", "barreStrings", "stretch", "crossing", "thumb",
     "open", "mutedBass", "mutedTreble", "mutedInner", "thinVoicing", "doubled", "dropped", "rootNotInBass", "register",
     "fretRange", "openWithHighFrets", "openAwayFromNut", "familiarForm", "mutedOpenTone",
-    "highPosition",
+    "highPosition", "rootless", "tolerated",
 ]
 FAMILIAR = FEATURES.index("familiarForm")
 REGULARISATION = 1.0

@@ -22,7 +22,8 @@ constexpr std::array<std::string_view, TARVPlayabilityModel::FeatureCount> kFeat
     "open",         "mutedBass",     "mutedTreble",       "mutedInner",
     "thinVoicing",  "doubled",       "dropped",           "rootNotInBass",
     "register",     "fretRange",     "openWithHighFrets", "openAwayFromNut",
-    "familiarForm", "mutedOpenTone", "highPosition",
+    "familiarForm", "mutedOpenTone", "highPosition",      "rootless",
+    "tolerated",
 };
 
 constexpr double kShortScaleLimit = 480.0;

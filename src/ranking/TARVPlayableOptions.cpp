@@ -37,6 +37,10 @@ double TARVPlayableOptions::defaultScaleLength(const SStringedInstrumentTuning& 
     return 648.0;
 }
 
+std::uint8_t TARVPlayableOptions::defaultMaximumSpan(double scaleLength) {
+    return scaleLength <= 480.0 ? 5 : 4;
+}
+
 bool TARVPlayableOptions::defaultRootInBass(const SStringedInstrumentTuning& tuning) {
     const auto& pitches = tuning.stringPitches();
     return std::any_of(pitches.begin(), pitches.end(),

@@ -1,5 +1,6 @@
 #include "tarv/ranking/TARVPlayableShapes.hpp"
 
+#include "tarv/music/SChordQuality.hpp"
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
 #include "TARVFingeringPattern.hpp"
@@ -41,7 +42,12 @@ struct Context {
     /// The fret above the capo at which each string starts: 0 for a string from the nut.
     std::vector<int> startFret;
     std::uint16_t toneMask = 0;
+    /// Tones the chord's quality tolerates beyond its own, when they may sound.
+    std::uint16_t toleratedMask = 0;
+    /// What strings may sound: the chord's tones and the tolerated ones.
+    std::uint16_t allowedMask = 0;
     std::uint16_t requiredMask = 0;
+    std::uint16_t rootBit = 0;
     std::uint8_t bassClass = 0;
     /// The pitch classes that count as the chord's bass: the root, the slash bass, or for a
     /// chord that maps onto itself when moved (augmented, diminished seventh) any of its roots.
@@ -161,24 +167,47 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
             }
         }
     }
+    context.strictBass =
+        options.requireRootInBass.value_or(TARVPlayableOptions::defaultRootInBass(*tuning));
+    const std::optional<SChordQuality> quality = SChordQuality::qualityOfChord(*chord);
+    const int root = chord->root().noteValue();
+    context.rootBit = classBit(root);
+    if (quality && options.allowToleratedTones.value_or(!context.strictBass)) {
+        for (const int semitones : quality->toleratedSemitones()) {
+            context.toleratedMask |= classBit(root + semitones);
+        }
+        context.toleratedMask &= static_cast<std::uint16_t>(~context.toneMask);
+    }
+    context.allowedMask = context.toneMask | context.toleratedMask;
     if (options.allowDroppedTones) {
         for (const SNote& note : chord->characteristicNotes()) {
             context.requiredMask |= classBit(note.noteValue());
         }
-        context.requiredMask |= classBit(context.bassClass);
-        context.requiredMask |= classBit(chord->root().noteValue());
+        context.requiredMask |= context.rootBit;
+        if (quality && options.allowSmallInstrumentDrops.value_or(!context.strictBass)) {
+            std::uint16_t droppable = 0;
+            if (quality->rootOmission() == SChordQuality::RootOmission::SmallInstruments) {
+                droppable |= context.rootBit;
+            }
+            for (const int semitones : quality->rarelyOmittableSemitones()) {
+                droppable |= classBit(root + semitones);
+            }
+            context.requiredMask &= static_cast<std::uint16_t>(~droppable);
+        }
+        if (chord->addedBase()) {
+            context.requiredMask |= classBit(context.bassClass);
+        }
     } else {
         context.requiredMask = context.toneMask;
     }
-    context.strictBass =
-        options.requireRootInBass.value_or(TARVPlayableOptions::defaultRootInBass(*tuning));
-    context.maxSpan = options.maximumSpan;
     context.maxReach = options.maximumReach;
     context.scaleLength =
         options.scaleLength.value_or(TARVPlayableOptions::defaultScaleLength(*tuning));
     if (!(context.scaleLength > 0)) {
         return false;
     }
+    context.maxSpan =
+        options.maximumSpan.value_or(TARVPlayableOptions::defaultMaximumSpan(context.scaleLength));
     context.fingerPositions.reserve(static_cast<std::size_t>(context.maxFret) + 1);
     for (int fret = 0; fret <= context.maxFret; ++fret) {
         context.fingerPositions.push_back(fingerPosition(context.scaleLength, context.capo + fret));
@@ -341,7 +370,7 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
         }
         const std::int32_t pitch = pitchAt(context, s, fret);
         const std::uint16_t bit = classBit(pitch);
-        if (enforceRules && (bit & context.toneMask) == 0) {
+        if (enforceRules && (bit & context.allowedMask) == 0) {
             return false;
         }
         covered |= bit;
@@ -415,6 +444,8 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
             : 0.0;
     features[Model::MutedOpenTone] = mutedOpenTones;
     features[Model::HighPosition] = lowestFret >= kHighPositionFret ? 1 : 0;
+    features[Model::Rootless] = (covered & context.rootBit) != 0 ? 0 : 1;
+    features[Model::Tolerated] = bitCount(covered & context.toleratedMask);
     return true;
 }
 
@@ -685,9 +716,10 @@ public:
                 Choice& tone = _toneAt[s * frets + static_cast<std::size_t>(fret)];
                 tone.fret = static_cast<std::int8_t>(fret);
                 tone.pitch = pitchAt(context, s, fret);
-                tone.bit = isOnString(context, s, fret)
-                               ? static_cast<std::uint16_t>(classBit(tone.pitch) & context.toneMask)
-                               : 0;
+                tone.bit =
+                    isOnString(context, s, fret)
+                        ? static_cast<std::uint16_t>(classBit(tone.pitch) & context.allowedMask)
+                        : 0;
             }
         }
     }
@@ -910,6 +942,12 @@ private:
         more += (state.lowestBit & _context.bassMask) != 0 ? 0.0 : w[Model::RootNotInBass];
         sum += _registerWeight[static_cast<std::size_t>(sounding)] * state.pitchSum;
         more += w[Model::MutedOpenTone] * mutedOpenTones(state);
+        more += (state.covered & _context.rootBit) != 0 ? 0.0 : w[Model::Rootless];
+        if ((state.covered & _context.toleratedMask) != 0) {
+            // `_distinctTerms` counted them among the chord's tones, as not dropped.
+            sum += (w[Model::Tolerated] + w[Model::Dropped]) *
+                   bitCount(state.covered & _context.toleratedMask);
+        }
         // An open string makes the nut the lowest sounding fret.
         const bool open = state.open > 0;
         if (_context.forms != nullptr && (open ? state.openFormFits : state.windowFormFits) &&

@@ -194,8 +194,9 @@ pickedFromAllVoicings(const std::string& symbol,
 }
 
 TEST(TARVPlayableShapes, RankedListIsPickedFromEveryAllowedVoicing) {
-    const std::vector<std::string> chords{"C",     "G",   "Am",    "F",    "Eb",   "G7",
-                                          "Cmaj7", "C13", "Bm7b5", "D/F#", "E7#9", "Abm6"};
+    const std::vector<std::string> chords{"C",    "G",     "Am",  "F",     "Eb",
+                                          "G7",   "Cmaj7", "C13", "Bm7b5", "D/F#",
+                                          "E7#9", "Abm6",  "C9",  "Ebdim", "Gmaj9"};
     const std::vector<SStringedInstrumentTuningConstPtr> instruments{
         kGuitar,
         kUkulele,
@@ -433,6 +434,110 @@ TEST(TARVPlayableShapes, DroppedTonesOnlyWhenAllowed) {
     EXPECT_TRUE(anyDropped);
 }
 
+const auto kMandolin = tuning("G3 D4 A4 E5", 17);
+
+bool listedInFirstFive(const std::string& chord, const SStringedInstrumentTuningConstPtr& t,
+                       const std::string& frets) {
+    const auto shapes = TARVPlayableShapes::shapesForChord(SChord::chordWithString(chord), t);
+    return std::any_of(shapes.begin(), shapes.begin() + std::min<std::ptrdiff_t>(5, shapes.size()),
+                       [&](const TARVPlayableShape& shape) { return shape.fretText() == frets; });
+}
+
+TEST(TARVPlayableShapes, InstrumentsWithoutABassLeaveOutWhatTheChordDataLets) {
+    // Frets by string number, string 0 the highest: ukulele 0,2,0,1 is G D E Bb, a C9 without
+    // its root, as ukulele books print it.
+    const SChordPtr ninth = SChord::chordWithString("C9");
+    const std::vector<std::int8_t> rootless{1, 0, 2, 0};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(rootless, ninth, kUkulele));
+    EXPECT_EQ(termOf("C9", kUkulele, rootless, "rootless"), 1);
+    EXPECT_EQ(termOf("C9", kUkulele, {3, 0, 0, 3}, "rootless"), 0);
+    EXPECT_TRUE(listedInFirstFive("C9", kUkulele, "0,2,0,1"));
+    TARVPlayableOptions whole;
+    whole.allowSmallInstrumentDrops = false;
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(rootless, ninth, kUkulele, whole));
+    TARVPlayableOptions noDrops;
+    noDrops.allowDroppedTones = false;
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(rootless, ninth, kUkulele, noDrops));
+    // Mandolin 5,2,3,0 is C E C E: a triad without its fifth.
+    const SChordPtr major = SChord::chordWithString("C");
+    const std::vector<std::int8_t> noFifth{0, 3, 2, 5};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(noFifth, major, kMandolin));
+    EXPECT_EQ(termOf("C", kMandolin, noFifth, "dropped"), 1);
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(noFifth, major, kMandolin, whole));
+    // The root of a seventh stays, and so does that of a ninth written with tones of its own:
+    // x,2,0,1 (D E Bb) is a C9 but no C9(no5).
+    // 0,x,0,1 is G E Bb, a C7 without its root.
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(std::vector<std::int8_t>{1, 0, -1, 0},
+                                               SChord::chordWithString("C7"), kUkulele));
+    const std::vector<std::int8_t> thirdSeventhNinth{1, 0, 2, -1};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(thirdSeventhNinth, ninth, kUkulele));
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(thirdSeventhNinth,
+                                               SChord::chordWithString("C9(no5)"), kUkulele));
+    // A guitar's bass must play the root, so it keeps both: x,x,2,3,3,3 is a rootless C9 and
+    // x,3,2,x,1,x a C without its fifth.
+    const std::vector<std::int8_t> guitarNinth{3, 3, 3, 2, -1, -1};
+    const std::vector<std::int8_t> guitarNoFifth{-1, 1, -1, 2, 3, -1};
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(guitarNinth, ninth, kGuitar));
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(guitarNoFifth, major, kGuitar));
+    TARVPlayableOptions asSmall;
+    asSmall.allowSmallInstrumentDrops = true;
+    asSmall.requireRootInBass = false;
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(guitarNinth, ninth, kGuitar, asSmall));
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(guitarNoFifth, major, kGuitar, asSmall));
+}
+
+TEST(TARVPlayableShapes, TonesTheQualityToleratesSoundAtACost) {
+    // Ukulele 2,3,2,3 is A Eb F# C: Cdim with the diminished seventh, as books print "dim".
+    const SChordPtr dim = SChord::chordWithString("Cdim");
+    const std::vector<std::int8_t> dimSeventh{3, 2, 3, 2};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(dimSeventh, dim, kUkulele));
+    EXPECT_EQ(termOf("Cdim", kUkulele, dimSeventh, "tolerated"), 1);
+    EXPECT_EQ(termOf("Cdim", kUkulele, {-1, 2, 3, 5}, "tolerated"), 0);
+    EXPECT_EQ(firstShape("Cdim", kUkulele), "2,3,2,3");
+    TARVPlayableOptions strict;
+    strict.allowToleratedTones = false;
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(dimSeventh, dim, kUkulele, strict));
+    for (const auto& shape : TARVPlayableShapes::allVoicings(dim, kUkulele, strict)) {
+        EXPECT_EQ(shape.termValue("tolerated"), 0) << shape.fretText();
+    }
+    // The tolerated tone is never missed: it is no tone of the chord.
+    for (const auto& shape : TARVPlayableShapes::allVoicings(dim, kUkulele)) {
+        EXPECT_EQ(shape.termValue("dropped"), 0) << shape.fretText();
+    }
+    // Guitar books print the triad: x,3,4,2,4,2, a dim7 grip, only when asked for.
+    EXPECT_EQ(firstShape("Cdim", kGuitar), "x,3,4,5,4,x");
+    const std::vector<std::int8_t> guitarDimSeventh{2, 4, 2, 4, 3, -1};
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(guitarDimSeventh, dim, kGuitar));
+    TARVPlayableOptions tolerant;
+    tolerant.allowToleratedTones = true;
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(guitarDimSeventh, dim, kGuitar, tolerant));
+    EXPECT_EQ(TARVPlayableShapes::scoreFrets(guitarDimSeventh, dim, kGuitar, tolerant)
+                  ->termValue("tolerated"),
+              1);
+}
+
+TEST(TARVPlayableShapes, ShortScalesSpanFiveFrets) {
+    EXPECT_EQ(TARVPlayableOptions::defaultMaximumSpan(648), 4);
+    EXPECT_EQ(TARVPlayableOptions::defaultMaximumSpan(480), 5);
+    EXPECT_EQ(TARVPlayableOptions::defaultMaximumSpan(350), 5);
+    // Mandolin 1,4,3,6, the G#9 chop chord, spans frets 1 to 6.
+    const SChordPtr ninth = SChord::chordWithString("G#9");
+    const std::vector<std::int8_t> chop{6, 3, 4, 1};
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(chop, ninth, kMandolin));
+    TARVPlayableOptions four;
+    four.maximumSpan = 4;
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(chop, ninth, kMandolin, four));
+    // The same span on a guitar's scale is too wide unless asked for.
+    TARVPlayableOptions wide;
+    wide.maximumSpan = 5;
+    wide.maximumReach = 200;
+    // x,3,5,5,5,8 for C reaches from fret 3 to fret 8.
+    const std::vector<std::int8_t> stretch{8, 5, 5, 5, 3, -1};
+    const SChordPtr c = SChord::chordWithString("C");
+    EXPECT_FALSE(TARVPlayableShapes::isAllowed(stretch, c, kGuitar));
+    EXPECT_TRUE(TARVPlayableShapes::isAllowed(stretch, c, kGuitar, wide));
+}
+
 /// Banjo open G written as players write it, the short fifth string first: gDGBD. The fifth
 /// string (the high G drone) is string number 4, the highest-numbered; it starts at fret 5.
 const auto kBanjo = tuning("G4 D3 G3 B3 D4");
@@ -533,7 +638,8 @@ void expectExhaustive(const std::string& chordName, const SStringedInstrumentTun
 
 TEST(TARVPlayableShapesExhaustive, UkuleleAgainstEveryFretCombination) {
     TARVPlayableOptions options;
-    for (const char* chord : {"C", "F", "G7", "Am", "Bb", "C9", "Edim7", "Gsus4"}) {
+    for (const char* chord :
+         {"C", "F", "G7", "Am", "Bb", "C9", "Edim7", "Gsus4", "Cdim", "Ebmaj9", "A13"}) {
         expectExhaustive(chord, tuning("G4 C4 E4 A4", 12), options);
     }
 }
@@ -546,6 +652,13 @@ TEST(TARVPlayableShapesExhaustive, GuitarNeckAgainstEveryFretCombination) {
     options.allowThumb = true;
     options.allowDroppedTones = false;
     expectExhaustive("G7", tuning("E2 A2 D3 G3 B3 E4", 6), options);
+    TARVPlayableOptions asSmall;
+    asSmall.allowSmallInstrumentDrops = true;
+    asSmall.allowToleratedTones = true;
+    asSmall.requireRootInBass = false;
+    for (const char* chord : {"C9", "Bdim", "G"}) {
+        expectExhaustive(chord, tuning("E2 A2 D3 G3 B3 E4", 6), asSmall);
+    }
 }
 
 TEST(TARVPlayableShapesExhaustive, FiveStringsWithCapoAgainstEveryFretCombination) {

@@ -552,9 +552,9 @@ TEST(TarvguitarShapesText, BoxIsAsTallAsTheShapeReaches) {
 }
 
 TEST(TarvguitarShapesText, ChordWithoutPlayableShapeSaysSo) {
-    const RunResult result = runTool({"shapes", "C", "--tuning", "C3 G3"});
+    const RunResult result = runTool({"shapes", "C7", "--tuning", "C3 G3"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_NE(result.out.find("C: no playable shape"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("C7: no playable shape"), std::string::npos) << result.out;
 }
 
 TEST(TarvguitarNotationText, WithTuningShowsTheSoundingNotesLowestStringFirst) {
@@ -1319,6 +1319,21 @@ TEST(TarvguitarPlayable, UkuleleFirstShapesAreTheOnesPlayersLearnFirst) {
                   frets)
             << chord;
     }
+}
+
+TEST(TarvguitarPlayable, SmallInstrumentsGetTheirBooksNinthsAndDiminishedChords) {
+    // Ukulele books print ninths without their root and "dim" as the diminished seventh chord.
+    const std::pair<const char*, const char*> ukulele[] = {
+        {"C9", "0,2,0,1"}, {"G7", "0,2,1,2"}, {"E7", "1,2,0,2"}, {"Cdim", "2,3,2,3"}};
+    for (const auto& [chord, frets] : ukulele) {
+        EXPECT_EQ(firstFrets({"shapes", chord, "--tuning", "G4 C4 E4 A4", "--format", "json"}),
+                  frets)
+            << chord;
+    }
+    EXPECT_EQ(firstFrets({"shapes", "Adim", "--tuning", "G3 D4 A4 E5", "--format", "json"}),
+              "2,1,3,2");
+    // A guitar keeps the root in the bass and the triad first.
+    EXPECT_EQ(firstFrets({"shapes", "Cdim", "--format", "json"}), "x,3,4,5,4,x");
 }
 
 TEST(TarvguitarPlayable, GuitarFirstShapesAreTheBeginnersBookOnes) {

@@ -50,6 +50,9 @@ public:
         FamiliarForm,      ///< share of roots whose printed shape has this voicing's form
         MutedOpenTone,     ///< muted strings that would sound a chord tone above the bass open
         HighPosition,      ///< 1 when the lowest fretted fret is the fifth or above
+        Rootless,          ///< 1 when the root does not sound
+        Tolerated,         ///< tones sounding that the chord's name does not hold but its
+                           ///< quality tolerates (the diminished seventh of "dim")
         FeatureCount
     };
     using Features = std::array<double, FeatureCount>;

@@ -14,9 +14,9 @@ class TARVPlayabilityModel;
 struct TARVPlayableOptions {
     /// How many shapes the ranked list holds at most.
     std::size_t maximumShapes = 20;
-    /// The most frets between the lowest and the highest fretted note (4: a finger per fret and
-    /// one fret of stretch).
-    std::uint8_t maximumSpan = 4;
+    /// The most frets between the lowest and the highest fretted note. Absent means
+    /// `defaultMaximumSpan` of the scale length.
+    std::optional<std::uint8_t> maximumSpan;
     /// The widest reach of the hand in millimetres, between the finger positions (just behind
     /// the frets) of the lowest and the highest fretted note; it matters on long scales near
     /// the nut, where frets are widest.
@@ -25,6 +25,20 @@ struct TARVPlayableOptions {
     bool allowThumb = false;
     /// Tones that the chord marks as omittable (not characteristic) may be left out, at a cost.
     bool allowDroppedTones = true;
+    /// Tones that the chord's data lets instruments without a bass register leave out may be
+    /// left out, at a cost, as ukulele and mandolin books print them: the root of the qualities
+    /// they routinely play rootless (ninths, elevenths, thirteenths:
+    /// `SChordQuality::RootOmission::SmallInstruments`), and tones left out only in small
+    /// voicings (the fifth of a triad: `SChordQuality::rarelyOmittableSemitones`). Needs
+    /// `allowDroppedTones`. Absent means where the root need not be the bass
+    /// (`requireRootInBass`).
+    std::optional<bool> allowSmallInstrumentDrops;
+    /// Tones that the chord's quality tolerates though its name does not hold them may sound,
+    /// at a cost, as ukulele and mandolin books print them: the diminished seventh of "dim",
+    /// which many sheets mean as dim7, and the eleventh of "13" and "maj13"
+    /// (`SChordQuality::toleratedSemitones`). Absent means where the root need not be the bass
+    /// (`requireRootInBass`); guitar books print the triad.
+    std::optional<bool> allowToleratedTones;
     /// Scale length in millimetres; absent means `defaultScaleLength` of the tuning.
     std::optional<double> scaleLength;
     /// The lowest-sounding string must play the root, or the bass of a slash chord. Absent
@@ -52,6 +66,9 @@ struct TARVPlayableOptions {
     /// 480 mm (baritone ukulele) for four strings at C3 or above; 864 mm (bass) when every
     /// string lies below C3; 648 mm (guitar) otherwise.
     static double defaultScaleLength(const SStringedInstrumentTuning& tuning);
+    /// 4 frets, a finger per fret and one fret of stretch; 5 on scales of 480 mm or less
+    /// (ukuleles, mandolins), whose frets are narrow enough for a fifth.
+    static std::uint8_t defaultMaximumSpan(double scaleLength);
     /// True when the lowest open string lies below C3.
     static bool defaultRootInBass(const SStringedInstrumentTuning& tuning);
 };
