@@ -53,6 +53,8 @@ def main():
             out.append(f"constexpr std::int8_t {name}Tolerated[] = {{"
                        + ", ".join(str(s) for s in tolerated) + "};")
     out.append("")
+    # One quality a line: the table reads down its columns.
+    out.append("// clang-format off")
     out.append("constexpr SChordQualityDefinition kDefinitions[] = {")
     for q in qualities:
         name = symbol(q["id"])
@@ -61,6 +63,7 @@ def main():
                    f"{name + 'Tolerated' if q['tolerated_semitones'] else '{}'}, "
                    f"SChordRootOmission::{ROOT_OMISSIONS[q['root_omittable']]}}},")
     out.append("};")
+    out.append("// clang-format on")
     out.append("")
     out.append("} // namespace")
     out.append("")

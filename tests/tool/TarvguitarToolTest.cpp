@@ -23,6 +23,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 extern char** environ;
@@ -1322,18 +1323,18 @@ TEST(TarvguitarPlayable, UkuleleFirstShapesAreTheOnesPlayersLearnFirst) {
 }
 
 TEST(TarvguitarPlayable, SmallInstrumentsGetTheirBooksNinthsAndDiminishedChords) {
-    // Ukulele books print ninths without their root and "dim" as the diminished seventh chord.
-    const std::pair<const char*, const char*> ukulele[] = {
-        {"C9", "0,2,0,1"}, {"G7", "0,2,1,2"}, {"E7", "1,2,0,2"}, {"Cdim", "2,3,2,3"}};
-    for (const auto& [chord, frets] : ukulele) {
-        EXPECT_EQ(firstFrets({"shapes", chord, "--tuning", "G4 C4 E4 A4", "--format", "json"}),
-                  frets)
-            << chord;
+    // Ukulele and mandolin books print ninths without their root and "dim" as the diminished
+    // seventh chord; a guitar keeps the root in the bass and the triad first.
+    const std::string ukulele = "G4 C4 E4 A4";
+    const std::string mandolin = "G3 D4 A4 E5";
+    const std::vector<std::tuple<std::string, std::string, std::string>> expected = {
+        {"C9", ukulele, "0,2,0,1"},    {"G7", ukulele, "0,2,1,2"},
+        {"E7", ukulele, "1,2,0,2"},    {"Cdim", ukulele, "2,3,2,3"},
+        {"Adim", mandolin, "2,1,3,2"}, {"Cdim", "E2 A2 D3 G3 B3 E4", "x,3,4,5,4,x"}};
+    for (const auto& [chord, strings, frets] : expected) {
+        EXPECT_EQ(firstFrets({"shapes", chord, "--tuning", strings, "--format", "json"}), frets)
+            << chord << " on " << strings;
     }
-    EXPECT_EQ(firstFrets({"shapes", "Adim", "--tuning", "G3 D4 A4 E5", "--format", "json"}),
-              "2,1,3,2");
-    // A guitar keeps the root in the bass and the triad first.
-    EXPECT_EQ(firstFrets({"shapes", "Cdim", "--format", "json"}), "x,3,4,5,4,x");
 }
 
 TEST(TarvguitarPlayable, GuitarFirstShapesAreTheBeginnersBookOnes) {
