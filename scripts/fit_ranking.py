@@ -13,11 +13,13 @@ import numpy as np
 
 FEATURES = [
     "reach", "position", "fingers", "barre", "barreStrings", "stretch", "crossing", "thumb",
-    "open", "mutedBass", "mutedTreble", "mutedInner", "thinVoicing", "doubled", "dropped", "rootNotInBass", "register",
-    "fretRange", "openWithHighFrets", "openAwayFromNut", "familiarForm", "mutedOpenTone",
-    "highPosition", "rootless", "tolerated",
+    "open", "mutedBass", "mutedTreble", "mutedInner", "thinVoicing", "doubled", "dropped",
+    "rootNotInBass", "register", "fretRange", "openWithHighFrets", "openAwayFromNut",
+    "familiarForm", "mutedOpenTone", "highPosition", "rootless", "tolerated", "familiarFrets",
+    "otherRootInBass",
 ]
 FAMILIAR = FEATURES.index("familiarForm")
+FAMILIAR_FRETS = FEATURES.index("familiarFrets")
 REGULARISATION = 1.0
 ITERATIONS = 40
 
@@ -32,12 +34,12 @@ def load_data(tool):
 
 
 def forms_of(chords):
-    """For each tuning signature and quality: how many roots print each form, and each shape
-    with open strings ("@" and its frets)."""
+    """For each tuning signature and quality: how many roots print each form, each shape with
+    open strings ("@" and its frets) and each fretted form ("~" and its fretted notes)."""
     counts, roots = {}, {}
     for chord in chords:
         group = counts.setdefault(chord["group"], {})
-        for key in (chord["form"], chord["openShape"]):
+        for key in (chord["form"], chord["openShape"], chord["frettedForm"]):
             if key:
                 group[key] = group.get(key, 0) + 1
         roots.setdefault(chord["group"], set()).add(chord["root"])
@@ -63,6 +65,27 @@ def familiar(chord, counts, roots, training):
     return np.asarray(values)
 
 
+def familiar_frets(chord, counts, roots, training):
+    """The familiar-frets feature of every voicing of `chord`: the share of roots whose printed
+    shape frets what the voicing frets, open and muted strings aside, the training chord's own
+    left out as in `familiar`."""
+    group = counts.get(chord["group"], {})
+    n = len(roots.get(chord["group"], ())) - (1 if training else 0)
+    own = chord["frettedForm"] if training else None
+    values = []
+    for key in chord["frettedForms"]:
+        count = group.get(key, 0) - (1 if key and key == own else 0) if key else 0
+        values.append(count / n if n > 0 else 0.0)
+    return np.asarray(values)
+
+
+def features_of(chord, counts, roots, training):
+    x = np.asarray(chord["features"], dtype=float)
+    x[:, FAMILIAR] = familiar(chord, counts, roots, training)
+    x[:, FAMILIAR_FRETS] = familiar_frets(chord, counts, roots, training)
+    return x
+
+
 def fit(chords):
     """Listwise: maximise, over the chords, the softmax probability of the well-known shape
     among all voicings of its chord when the score is the negative logit."""
@@ -70,8 +93,7 @@ def fit(chords):
     groups = []
     for chord in chords:
         if chord["found"] and len(chord["features"]) > 1:
-            x = np.asarray(chord["features"], dtype=float)
-            x[:, FAMILIAR] = familiar(chord, counts, roots, True)
+            x = features_of(chord, counts, roots, True)
             groups.append((x, chord["wellKnown"]))
     stacked = np.vstack([x for x, _ in groups])
     scale = stacked.std(axis=0)

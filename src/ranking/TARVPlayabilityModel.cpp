@@ -23,7 +23,7 @@ constexpr std::array<std::string_view, TARVPlayabilityModel::FeatureCount> kFeat
     "thinVoicing",  "doubled",       "dropped",           "rootNotInBass",
     "register",     "fretRange",     "openWithHighFrets", "openAwayFromNut",
     "familiarForm", "mutedOpenTone", "highPosition",      "rootless",
-    "tolerated",
+    "tolerated",    "familiarFrets", "otherRootInBass",
 };
 
 constexpr double kShortScaleLimit = 480.0;
@@ -51,10 +51,12 @@ TARVPlayabilityModel::Weights readWeights(const nlohmann::json& family, const ch
     return weights;
 }
 
-/// The form key of a form text ("x,3,2,0,1,0", highest string number first).
+/// The form key of a form text ("x,3,2,0,1,0", highest string number first; "@" before an
+/// open shape, "~" before a fretted form).
 std::uint64_t keyOfFormText(std::string text) {
     const bool openShape = !text.empty() && text.front() == '@';
-    if (openShape) {
+    const bool frettedForm = !text.empty() && text.front() == '~';
+    if (openShape || frettedForm) {
         text.erase(0, 1);
     }
     std::vector<std::int8_t> byString;
@@ -72,7 +74,7 @@ std::uint64_t keyOfFormText(std::string text) {
                 }
                 value = value * 10 + (c - '0');
             }
-            if (part.empty()) {
+            if (part.empty() || value > 120) {
                 return 0;
             }
             byString.push_back(static_cast<std::int8_t>(value));
@@ -80,6 +82,18 @@ std::uint64_t keyOfFormText(std::string text) {
         start = end + 1;
     }
     std::reverse(byString.begin(), byString.end());
+    if (frettedForm) {
+        // Its numbers count from its lowest fretted note, which one of them is.
+        if (std::find(byString.begin(), byString.end(), 0) == byString.end()) {
+            return 0;
+        }
+        for (std::int8_t& fret : byString) {
+            fret = fret < 0 ? fret : static_cast<std::int8_t>(fret + 1);
+        }
+        const std::uint64_t key =
+            TARVPlayabilityModel::frettedFormKey(byString.data(), byString.size());
+        return key != 0 ? key | TARVPlayabilityModel::FrettedFormBit : 0;
+    }
     const std::uint64_t key = TARVPlayabilityModel::formKey(byString.data(), byString.size());
     if (!openShape) {
         return key;
@@ -231,6 +245,58 @@ std::string TARVPlayabilityModel::formText(const std::int8_t* frets, std::size_t
 std::string TARVPlayabilityModel::openShapeText(const std::int8_t* frets, std::size_t count) {
     const bool open = std::find(frets, frets + count, 0) != frets + count;
     return open ? "@" + formText(frets, count) : std::string();
+}
+
+std::uint64_t TARVPlayabilityModel::frettedFormKey(const std::int8_t* frets,
+                                                   std::size_t count) noexcept {
+    // The top nibble stays clear for `FrettedFormBit`.
+    if (count > 15) {
+        return 0;
+    }
+    int lowest = 0;
+    for (std::size_t s = 0; s < count; ++s) {
+        if (frets[s] > 0 && (lowest == 0 || frets[s] < lowest)) {
+            lowest = frets[s];
+        }
+    }
+    std::uint64_t key = 0;
+    for (std::size_t s = 0; s < count; ++s) {
+        const int value = frets[s] > 0 ? frets[s] - lowest + 1 : 0;
+        if (value > 15) {
+            return 0;
+        }
+        key |= static_cast<std::uint64_t>(value) << (4 * s);
+    }
+    return key;
+}
+
+std::string TARVPlayabilityModel::frettedFormText(const std::int8_t* frets, std::size_t count) {
+    int lowest = 0;
+    for (std::size_t s = 0; s < count; ++s) {
+        if (frets[s] > 0 && (lowest == 0 || frets[s] < lowest)) {
+            lowest = frets[s];
+        }
+    }
+    if (lowest == 0) {
+        return std::string();
+    }
+    std::string text = "~";
+    for (std::size_t s = count; s-- > 0;) {
+        text += frets[s] > 0 ? std::to_string(frets[s] - lowest) : std::string("x");
+        if (s != 0) {
+            text += ',';
+        }
+    }
+    return text;
+}
+
+double TARVPlayabilityModel::frettedFamiliarity(const FormTable& table,
+                                                std::uint64_t frettedFormKey) noexcept {
+    if ((frettedFormKey & ~FrettedFormBit) == 0) {
+        return 0;
+    }
+    const auto found = table.find(frettedFormKey | FrettedFormBit);
+    return found == table.end() ? 0.0 : found->second;
 }
 
 double TARVPlayabilityModel::familiarity(const FormTable& table, std::uint64_t formKey,

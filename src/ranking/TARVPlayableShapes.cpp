@@ -52,6 +52,9 @@ struct Context {
     /// The pitch classes that count as the chord's bass: the root, the slash bass, or for a
     /// chord that maps onto itself when moved (augmented, diminished seventh) any of its roots.
     std::uint16_t bassMask = 0;
+    /// The bass the chord's name gives, as a bit: of the roots in `bassMask`, the one chord
+    /// books put in the bass.
+    std::uint16_t namedBassBit = 0;
     bool strictBass = true;
     int capo = 0;
     int maxFret = 0; // relative to the capo
@@ -65,13 +68,14 @@ struct Context {
     const Model* model = nullptr;
     Model::Family family = Model::Family::Long;
     const Model::FormTable* forms = nullptr;
-    /// One bit for each hash of a key in `forms` (without `OpenShapeBit`): a key whose bit is
-    /// clear is not there.
+    /// One bit for each hash of a key in `forms` (without `OpenShapeBit` and `FrettedFormBit`):
+    /// a key whose bit is clear is not there.
     std::array<std::uint64_t, 4> formFilter{};
 };
 
 std::size_t formFilterBit(std::uint64_t key) noexcept {
-    return static_cast<std::size_t>(((key & ~Model::OpenShapeBit) * 0x9E3779B97F4A7C15ull) >> 56);
+    constexpr std::uint64_t kindBits = Model::OpenShapeBit | Model::FrettedFormBit;
+    return static_cast<std::size_t>(((key & ~kindBits) * 0x9E3779B97F4A7C15ull) >> 56);
 }
 
 /// `TARVPlayabilityModel::familiarity` of `key` in the context's forms.
@@ -81,6 +85,15 @@ double familiarityOf(const Context& context, std::uint64_t key, bool hasOpenStri
         return 0;
     }
     return Model::familiarity(*context.forms, key, hasOpenString);
+}
+
+/// `TARVPlayabilityModel::frettedFamiliarity` of `key` in the context's forms.
+double frettedFamiliarityOf(const Context& context, std::uint64_t key) {
+    const std::size_t bit = formFilterBit(key);
+    if (key == 0 || (context.formFilter[bit >> 6] >> (bit & 63) & 1) == 0) {
+        return 0;
+    }
+    return Model::frettedFamiliarity(*context.forms, key);
 }
 
 /// Set bits of every 12-bit value: a pitch-class mask.
@@ -158,6 +171,7 @@ bool makeContext(const SChordPtr& chord, const SStringedInstrumentTuningConstPtr
     context.bassClass = static_cast<std::uint8_t>(bass.noteValue() % 12);
     context.toneMask |= classBit(context.bassClass);
     context.bassMask = classBit(context.bassClass);
+    context.namedBassBit = context.bassMask;
     if (!chord->addedBase()) {
         const unsigned tones = context.toneMask;
         for (int shift = 1; shift < 12; ++shift) {
@@ -446,6 +460,12 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     features[Model::HighPosition] = lowestFret >= kHighPositionFret ? 1 : 0;
     features[Model::Rootless] = (covered & context.rootBit) != 0 ? 0 : 1;
     features[Model::Tolerated] = bitCount(covered & context.toleratedMask);
+    features[Model::FamiliarFrets] =
+        context.forms != nullptr
+            ? frettedFamiliarityOf(context, Model::frettedFormKey(frets.data(), frets.size()))
+            : 0.0;
+    features[Model::OtherRootInBass] =
+        rootInBass && (classBit(lowestClass) & context.namedBassBit) == 0 ? 1 : 0;
     return true;
 }
 
@@ -939,7 +959,9 @@ private:
         sum += _distinctTerms[static_cast<std::size_t>(distinct)];
         more += _mutedTrebleWeight * state.firstSounding;
         sum += _lastSoundingWeight * state.lastSounding;
-        more += (state.lowestBit & _context.bassMask) != 0 ? 0.0 : w[Model::RootNotInBass];
+        more += (state.lowestBit & _context.bassMask) == 0       ? w[Model::RootNotInBass]
+                : (state.lowestBit & _context.namedBassBit) == 0 ? w[Model::OtherRootInBass]
+                                                                 : 0.0;
         sum += _registerWeight[static_cast<std::size_t>(sounding)] * state.pitchSum;
         more += w[Model::MutedOpenTone] * mutedOpenTones(state);
         more += (state.covered & _context.rootBit) != 0 ? 0.0 : w[Model::Rootless];
@@ -954,6 +976,11 @@ private:
             _frets.size() <= 16) {
             const std::uint64_t key = open ? state.openFormKey : state.windowFormKey;
             sum += w[Model::FamiliarForm] * familiarityOf(_context, key, open);
+        }
+        // Every shape of window w > 0 frets w: its window form key is its fretted form's.
+        if (_context.forms != nullptr && _window > 0 && state.windowFormFits &&
+            _frets.size() <= 15) {
+            sum += w[Model::FamiliarFrets] * frettedFamiliarityOf(_context, state.windowFormKey);
         }
         sum += more + _constantTerms;
         return sum - kBoundMargin * (1.0 + std::abs(sum));

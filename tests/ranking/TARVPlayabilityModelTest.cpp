@@ -76,6 +76,39 @@ TEST(TARVPlayabilityModel, AnOpenShapeIsKnownByItselfOnlyForItsOwnFrets) {
                  std::invalid_argument);
 }
 
+TEST(TARVPlayabilityModel, AFrettedFormIsTheFrettedNotesAlone) {
+    const auto model = TARVPlayabilityModel::modelWithJSON(
+        R"({"families": {"long": {"weights": {}}, "short": {"weights": {}}},
+            "forms": {"5,5,5,4,5|7": {"~x,2,1,2,0,x": 0.5, "x,2,1,2,0,x": 0.25}}})");
+    const auto* forms = model.formsFor("5,5,5,4,5", "7");
+    ASSERT_NE(forms, nullptr);
+    // C7 with the high E open and muted, and C#7: frets by string number, string 0 the highest.
+    const std::int8_t openC7[] = {0, 1, 3, 2, 3, -1};
+    const std::int8_t mutedC7[] = {-1, 1, 3, 2, 3, -1};
+    const std::int8_t sharpC7[] = {-1, 2, 4, 3, 4, -1};
+    const std::uint64_t key = TARVPlayabilityModel::frettedFormKey(openC7, 6);
+    EXPECT_NE(key, 0U);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormKey(mutedC7, 6), key);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormKey(sharpC7, 6), key);
+    // Without open strings it packs as the form does; the table tells them apart by a bit.
+    EXPECT_EQ(key, TARVPlayabilityModel::formKey(sharpC7, 6));
+    EXPECT_EQ(forms->at(key | TARVPlayabilityModel::FrettedFormBit), 0.5);
+    EXPECT_EQ(forms->at(key), 0.25);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFamiliarity(*forms, key), 0.5);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormText(openC7, 6), "~x,2,1,2,0,x");
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormText(mutedC7, 6), "~x,2,1,2,0,x");
+    // Nothing fretted, nothing to know it by.
+    const std::int8_t open[] = {0, 0, 0, 0, 0, 0};
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormKey(open, 6), 0U);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormText(open, 6), "");
+    EXPECT_EQ(TARVPlayabilityModel::frettedFamiliarity(*forms, 0), 0);
+    // A fretted form counts from its lowest fretted note, so one of its numbers is 0.
+    EXPECT_THROW(TARVPlayabilityModel::modelWithJSON(
+                     R"({"families": {"long": {"weights": {}}, "short": {"weights": {}}},
+                         "forms": {"5,5,5,4,5|7": {"~x,3,2,3,1,x": 1}}})"),
+                 std::invalid_argument);
+}
+
 TEST(TARVPlayabilityModel, RefusesUnreadableText) {
     EXPECT_THROW(TARVPlayabilityModel::modelWithJSON("not json"), std::invalid_argument);
     EXPECT_THROW(TARVPlayabilityModel::modelWithJSON(R"({"families": 3})"), std::invalid_argument);

@@ -194,9 +194,9 @@ pickedFromAllVoicings(const std::string& symbol,
 }
 
 TEST(TARVPlayableShapes, RankedListIsPickedFromEveryAllowedVoicing) {
-    const std::vector<std::string> chords{"C",    "G",     "Am",  "F",     "Eb",
-                                          "G7",   "Cmaj7", "C13", "Bm7b5", "D/F#",
-                                          "E7#9", "Abm6",  "C9",  "Ebdim", "Gmaj9"};
+    const std::vector<std::string> chords{"C",     "G",     "Am",    "F",     "Eb",   "G7",
+                                          "Cmaj7", "C13",   "Bm7b5", "D/F#",  "E7#9", "Abm6",
+                                          "C9",    "Ebdim", "Gmaj9", "Cdim7", "Caug"};
     const std::vector<SStringedInstrumentTuningConstPtr> instruments{
         kGuitar,
         kUkulele,
@@ -288,6 +288,49 @@ TEST(TARVPlayableShapes, AHandFromTheFifthFretUpIsHighPosition) {
     // Frets count from the capo.
     EXPECT_EQ(termOf("D", tuning("E2 A2 D3 G3 B3 E4", 22, 2), {0, 1, 0, 2, 3, -1}, "highPosition"),
               0);
+}
+
+TEST(TARVPlayableShapes, SymmetricChordsCountABassOtherThanTheirNamedRoot) {
+    // Cdim7 is also Ebdim7, F#dim7 and Adim7: any of them may be the bass, at a cost unless C.
+    // x,3,4,2,4,x stands on C; x,x,1,2,1,2 on Eb.
+    EXPECT_EQ(termOf("Cdim7", kGuitar, {-1, 4, 2, 4, 3, -1}, "otherRootInBass"), 0);
+    EXPECT_EQ(termOf("Cdim7", kGuitar, {2, 1, 2, 1, -1, -1}, "otherRootInBass"), 1);
+    EXPECT_EQ(termOf("Cdim7", kGuitar, {2, 1, 2, 1, -1, -1}, "rootNotInBass"), 0);
+    // x,x,2,1,1,0 for Caug stands on E, x,3,2,1,1,0 on C.
+    EXPECT_EQ(termOf("Caug", kGuitar, {0, 1, 1, 2, -1, -1}, "otherRootInBass"), 1);
+    EXPECT_EQ(termOf("Caug", kGuitar, {0, 1, 1, 2, 3, -1}, "otherRootInBass"), 0);
+    // A chord that moves onto no other has one root: its fifth in the bass is a root out of it.
+    EXPECT_EQ(termOf("G", tuning("G4 D3 G3 B3 D4"), {0, 0, 0, 0, 0}, "otherRootInBass"), 0);
+    EXPECT_EQ(termOf("G", tuning("G4 D3 G3 B3 D4"), {0, 0, 0, 0, 0}, "rootNotInBass"), 1);
+    // The books' diminished sevenths stand on their named roots.
+    EXPECT_EQ(firstShape("Cdim7", kGuitar), "x,3,4,2,4,x");
+}
+
+TEST(TARVPlayableShapes, WhatAShapeFretsIsFamiliarWhateverItsOpenStrings) {
+    // The books' C#7 frets x,2,1,2,0,x above its lowest fret: so do C7 x,3,2,3,1,0 and
+    // x,3,2,3,1,x, a fret lower, the first with an open string and the second without.
+    const auto model = TARVPlayabilityModel::modelWithJSON(
+        R"({"families": {"long": {"weights": {"familiarFrets": -2}}, "short": {"weights": {}}},
+            "forms": {"5,5,5,4,5|7": {"~x,2,1,2,0,x": 0.5}}})");
+    TARVPlayableOptions options;
+    options.model = &model;
+    const auto familiarFrets = [&options](const std::vector<std::int8_t>& frets) {
+        const auto shape =
+            TARVPlayableShapes::scoreFrets(frets, SChord::chordWithString("C7"), kGuitar, options);
+        EXPECT_TRUE(shape.has_value());
+        return shape ? shape->termValue("familiarFrets") : -1;
+    };
+    EXPECT_EQ(familiarFrets({0, 1, 3, 2, 3, -1}), 0.5);
+    EXPECT_EQ(familiarFrets({-1, 1, 3, 2, 3, -1}), 0.5);
+    EXPECT_EQ(familiarFrets({0, 2, 4, 3, 4, -1}), 0.5);
+    // x,3,2,3,x,0 leaves the B unfretted; x,3,5,3,5,3 is another form.
+    EXPECT_EQ(familiarFrets({0, -1, 3, 2, 3, -1}), 0);
+    EXPECT_EQ(familiarFrets({3, 5, 3, 5, 3, -1}), 0);
+    // The search counts it as scoring does: the best C7 of this model frets x,2,1,2,0,x.
+    const auto shapes =
+        TARVPlayableShapes::shapesForChord(SChord::chordWithString("C7"), kGuitar, options);
+    ASSERT_FALSE(shapes.empty());
+    EXPECT_EQ(shapes.front().termValue("familiarFrets"), 0.5) << shapes.front().fretText();
 }
 
 TEST(TARVPlayableShapes, AbsentChordOrTuningGivesNothing) {

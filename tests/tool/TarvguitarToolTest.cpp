@@ -1296,6 +1296,71 @@ TEST(TarvguitarBuildCache, BadInputExitsTwo) {
     EXPECT_FALSE(std::filesystem::exists(output.path() / "shapecaches"));
 }
 
+TEST(TarvguitarRankingData, GivesEveryVoicingItsFeaturesAndFamiliarForms) {
+    SKIP_WITHOUT_WELL_KNOWN_SHAPES();
+    const RunResult result = runTool({"ranking-data", "--shapes-dir", kShapesDirectory.string()});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    // A value for every term the shipped model weighs.
+    const std::size_t terms = json::parse(readFile(kResourceDirectory / "ranking" /
+                                                   "model.json"))["families"]["long"]["weights"]
+                                  .size();
+    std::istringstream lines(result.out);
+    std::string line;
+    std::size_t chords = 0;
+    std::size_t found = 0;
+    bool sawC7 = false;
+    while (std::getline(lines, line)) {
+        const json chord = json::parse(line);
+        ++chords;
+        const std::size_t voicings = chord["features"].size();
+        for (const char* perVoicing : {"forms", "openShapes", "frettedForms", "voicings"}) {
+            EXPECT_EQ(chord[perVoicing].size(), voicings) << chord["name"] << " " << perVoicing;
+        }
+        for (const json& features : chord["features"]) {
+            ASSERT_EQ(features.size(), terms);
+        }
+        if (chord["found"].get<bool>()) {
+            ++found;
+            const std::size_t index = chord["wellKnown"].get<std::size_t>();
+            ASSERT_LT(index, voicings);
+            EXPECT_EQ(chord["voicings"][index], chord["frets"]);
+            EXPECT_EQ(chord["frettedForms"][index], chord["frettedForm"]);
+        }
+        if (chord["instrument"] == "guitar" && chord["name"] == "C7") {
+            sawC7 = true;
+            EXPECT_EQ(chord["frets"], "x,3,2,3,1,0");
+            EXPECT_EQ(chord["form"], "x,3,2,3,1,0");
+            EXPECT_EQ(chord["openShape"], "@x,3,2,3,1,0");
+            EXPECT_EQ(chord["frettedForm"], "~x,2,1,2,0,x");
+        }
+    }
+    EXPECT_GT(chords, 500U);
+    EXPECT_GT(found, chords * 9 / 10);
+    EXPECT_TRUE(sawC7);
+
+    // Ranked with the shipped weights: where each well-known shape lands among the first 20 (0
+    // when it is not there). Guitar and ukulele C come first.
+    const RunResult check =
+        runTool({"ranking-data", "--shapes-dir", kShapesDirectory.string(), "--check",
+                 (kResourceDirectory / "ranking" / "model.json").string(), "--roots", "0"});
+    ASSERT_EQ(check.exitCode, 0) << check.err;
+    std::istringstream ranked(check.out);
+    std::size_t cMajors = 0;
+    while (std::getline(ranked, line)) {
+        const json chord = json::parse(line);
+        EXPECT_EQ(chord["root"], 0);
+        EXPECT_GE(chord["rank"].get<int>(), 0);
+        EXPECT_LE(chord["rank"].get<int>(), 20);
+        if (chord["name"] == "C") {
+            ++cMajors;
+            if (chord["instrument"] == "guitar" || chord["instrument"] == "ukulele") {
+                EXPECT_EQ(chord["rank"], 1) << chord["instrument"];
+            }
+        }
+    }
+    EXPECT_EQ(cMajors, 4U);
+}
+
 } // namespace
 
 namespace {

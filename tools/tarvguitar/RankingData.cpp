@@ -69,6 +69,7 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
             nlohmann::json features = nlohmann::json::array();
             nlohmann::json forms = nlohmann::json::array();
             nlohmann::json openShapes = nlohmann::json::array();
+            nlohmann::json frettedForms = nlohmann::json::array();
             nlohmann::json voicings = nlohmann::json::array();
             long wellKnownIndex = -1;
             for (std::size_t i = 0; i < all.size(); ++i) {
@@ -84,6 +85,8 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
                     TARVPlayabilityModel::formText(all[i].frets().data(), all[i].frets().size()));
                 openShapes.push_back(TARVPlayabilityModel::openShapeText(all[i].frets().data(),
                                                                          all[i].frets().size()));
+                frettedForms.push_back(TARVPlayabilityModel::frettedFormText(
+                    all[i].frets().data(), all[i].frets().size()));
                 voicings.push_back(all[i].fretText());
             }
             nlohmann::json line = {
@@ -106,6 +109,9 @@ void writeRankingData(std::ostream& out, const std::vector<WellKnownShapeFile>& 
                  TARVPlayabilityModel::openShapeText(voicing.frets.data(), voicing.frets.size())},
                 {"forms", std::move(forms)},
                 {"openShapes", std::move(openShapes)},
+                {"frettedForm",
+                 TARVPlayabilityModel::frettedFormText(voicing.frets.data(), voicing.frets.size())},
+                {"frettedForms", std::move(frettedForms)},
                 {"voicings", std::move(voicings)},
             };
             out << line.dump() << "\n";

@@ -53,6 +53,10 @@ public:
         Rootless,          ///< 1 when the root does not sound
         Tolerated,         ///< tones sounding that the chord's name does not hold but its
                            ///< quality tolerates (the diminished seventh of "dim")
+        FamiliarFrets,     ///< share of roots whose printed shape frets what this voicing
+                           ///< frets, open and muted strings aside
+        OtherRootInBass,   ///< 1 when a chord that maps onto itself moved (aug, dim7) stands
+                           ///< on one of its roots other than the named one
         FeatureCount
     };
     using Features = std::array<double, FeatureCount>;
@@ -105,10 +109,20 @@ public:
     /// its form text after "@" ("@x,3,2,0,1,0"). A shape without open strings has none ("").
     static constexpr std::uint64_t OpenShapeBit = std::uint64_t{1} << 63;
     static std::string openShapeText(const std::int8_t* frets, std::size_t count);
+    /// A shape's fretted notes alone, open strings counted as muted, relative to the lowest
+    /// fretted one: x,3,2,3,1,0 and x,3,2,3,1,x both fret x,2,1,2,0,x. Kept in a form table
+    /// as `formKey` packs it with this bit set, and written "~x,2,1,2,0,x" in the model file;
+    /// a shape with nothing fretted, or with more than 15 strings, has none (0, "").
+    static constexpr std::uint64_t FrettedFormBit = std::uint64_t{1} << 62;
+    static std::uint64_t frettedFormKey(const std::int8_t* frets, std::size_t count) noexcept;
+    static std::string frettedFormText(const std::int8_t* frets, std::size_t count);
     /// How familiar a voicing of form `formKey` is: the share of its form in `table`, plus, for
     /// a voicing with open strings (`hasOpenString`), the share of that very shape.
     static double familiarity(const FormTable& table, std::uint64_t formKey,
                               bool hasOpenString) noexcept;
+    /// The share in `table` of the fretted form `frettedFormKey` (with or without
+    /// `FrettedFormBit`); 0 for a shape with nothing fretted.
+    static double frettedFamiliarity(const FormTable& table, std::uint64_t frettedFormKey) noexcept;
 
 private:
     std::array<Weights, 2> _weights{};

@@ -166,7 +166,7 @@ private:
     std::vector<std::int8_t> _frets;
     TARVFingering _fingering;
     /// Values of up to this many terms are kept in the shape itself.
-    static constexpr std::size_t kInlineTermValues = 26;
+    static constexpr std::size_t kInlineTermValues = 27;
 
     void setTermValues(std::span<const double> values);
 
