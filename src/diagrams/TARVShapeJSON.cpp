@@ -661,7 +661,13 @@ void writeShape(Writer& writer, const TARVPlayableShape& shape, std::size_t rank
             *cursor++ = ',';
         }
         scratch.termKeys.put(cursor, i++);
-        put::number(cursor, term.contribution());
+        // Most terms of a score are nothing.
+        const double contribution = term.contribution();
+        if (contribution == 0) {
+            *cursor++ = '0';
+        } else {
+            put::number(cursor, contribution);
+        }
     }
     put::literal(cursor, "}}");
     writer.commit(cursor);

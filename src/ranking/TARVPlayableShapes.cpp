@@ -342,6 +342,41 @@ private:
     std::size_t _used = 0;
 };
 
+/// `TARVPlayabilityModel::formKey` and `frettedFormKey` of `frets`, packed in one pass.
+struct FormKeys {
+    std::uint64_t form = 0;
+    std::uint64_t fretted = 0;
+};
+
+/// `lowestFretted` is the lowest fretted fret (0 when nothing is fretted), and `open` whether a
+/// string sounds open.
+FormKeys formKeysOf(std::span<const std::int8_t> frets, int lowestFretted, bool open) noexcept {
+    FormKeys keys;
+    if (frets.size() > 16) {
+        return keys;
+    }
+    const int lowestSounding = open ? 0 : lowestFretted;
+    bool formFits = true;
+    bool frettedFits = frets.size() <= 15 && lowestFretted > 0;
+    for (std::size_t s = 0; s < frets.size(); ++s) {
+        const int fret = frets[s];
+        if (fret < 0) {
+            continue;
+        }
+        const int form = fret - lowestSounding + 1;
+        formFits = formFits && form <= 15;
+        keys.form |= static_cast<std::uint64_t>(form) << (4 * s);
+        if (fret > 0) {
+            const int fretted = fret - lowestFretted + 1;
+            frettedFits = frettedFits && fretted <= 15;
+            keys.fretted |= static_cast<std::uint64_t>(fretted) << (4 * s);
+        }
+    }
+    keys.form = formFits ? keys.form : 0;
+    keys.fretted = frettedFits ? keys.fretted : 0;
+    return keys;
+}
+
 /// Muted strings of `frets` whose open string would add a chord tone above `bassPitch`: notes a
 /// player gets without a finger and usually lets ring.
 int mutedOpenToneCount(const Context& context, std::span<const std::int8_t> frets,
@@ -452,18 +487,17 @@ bool measure(const Context& context, std::span<const std::int8_t> frets, bool en
     features[Model::FretRange] = highestFret - lowestFret;
     features[Model::OpenWithHighFrets] = highestFret > kHighFret ? open : 0;
     features[Model::OpenAwayFromNut] = open * std::max(0, lowestFret - 1);
-    features[Model::FamiliarForm] =
-        context.forms != nullptr
-            ? familiarityOf(context, Model::formKey(frets.data(), frets.size()), open > 0)
-            : 0.0;
+    features[Model::FamiliarForm] = 0;
+    features[Model::FamiliarFrets] = 0;
+    if (context.forms != nullptr) {
+        const FormKeys keys = formKeysOf(frets, lowestFret, open > 0);
+        features[Model::FamiliarForm] = familiarityOf(context, keys.form, open > 0);
+        features[Model::FamiliarFrets] = frettedFamiliarityOf(context, keys.fretted);
+    }
     features[Model::MutedOpenTone] = mutedOpenTones;
     features[Model::HighPosition] = lowestFret >= kHighPositionFret ? 1 : 0;
     features[Model::Rootless] = (covered & context.rootBit) != 0 ? 0 : 1;
     features[Model::Tolerated] = bitCount(covered & context.toleratedMask);
-    features[Model::FamiliarFrets] =
-        context.forms != nullptr
-            ? frettedFamiliarityOf(context, Model::frettedFormKey(frets.data(), frets.size()))
-            : 0.0;
     features[Model::OtherRootInBass] =
         rootInBass && (classBit(lowestClass) & context.namedBassBit) == 0 ? 1 : 0;
     return true;

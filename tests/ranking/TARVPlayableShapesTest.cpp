@@ -311,15 +311,21 @@ TEST(TARVPlayableShapes, WhatAShapeFretsIsFamiliarWhateverItsOpenStrings) {
     // x,3,2,3,1,x, a fret lower, the first with an open string and the second without.
     const auto model = TARVPlayabilityModel::modelWithJSON(
         R"({"families": {"long": {"weights": {"familiarFrets": -2}}, "short": {"weights": {}}},
-            "forms": {"5,5,5,4,5|7": {"~x,2,1,2,0,x": 0.5}}})");
+            "forms": {"5,5,5,4,5|7": {"~x,2,1,2,0,x": 0.5, "x,2,1,2,0,x": 0.25}}})");
     TARVPlayableOptions options;
     options.model = &model;
-    const auto familiarFrets = [&options](const std::vector<std::int8_t>& frets) {
+    const auto term = [&options](const std::vector<std::int8_t>& frets, std::string_view name) {
         const auto shape =
             TARVPlayableShapes::scoreFrets(frets, SChord::chordWithString("C7"), kGuitar, options);
         EXPECT_TRUE(shape.has_value());
-        return shape ? shape->termValue("familiarFrets") : -1;
+        return shape ? shape->termValue(name) : -1;
     };
+    const auto familiarFrets = [&term](const std::vector<std::int8_t>& frets) {
+        return term(frets, "familiarFrets");
+    };
+    // The form counts an open string as its lowest fret: only the shape without one has it.
+    EXPECT_EQ(term({-1, 1, 3, 2, 3, -1}, "familiarForm"), 0.25);
+    EXPECT_EQ(term({0, 1, 3, 2, 3, -1}, "familiarForm"), 0);
     EXPECT_EQ(familiarFrets({0, 1, 3, 2, 3, -1}), 0.5);
     EXPECT_EQ(familiarFrets({-1, 1, 3, 2, 3, -1}), 0.5);
     EXPECT_EQ(familiarFrets({0, 2, 4, 3, 4, -1}), 0.5);
