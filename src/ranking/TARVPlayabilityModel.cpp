@@ -4,15 +4,15 @@
 #include "tarv/music/SChord.hpp"
 #include "tarv/ranking/TARVPlayableOptions.hpp"
 
+#include "TARVPlayabilityModelData.hpp"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 
 namespace tarv {
-
-// The text of resources/ranking/model.json, compiled in by the build.
-extern const char* const kTARVPlayabilityModelJSON;
 
 namespace {
 
@@ -52,20 +52,25 @@ TARVPlayabilityModel::Weights readWeights(const nlohmann::json& family, const ch
 }
 
 /// The form key of a form text ("x,3,2,0,1,0", highest string number first; "@" before an
-/// open shape, "~" before a fretted form).
-std::uint64_t keyOfFormText(std::string text) {
+/// open shape, "~" before a fretted form); 0 when it does not read.
+std::uint64_t keyOfFormText(std::string_view text) {
     const bool openShape = !text.empty() && text.front() == '@';
     const bool frettedForm = !text.empty() && text.front() == '~';
     if (openShape || frettedForm) {
-        text.erase(0, 1);
+        text.remove_prefix(1);
     }
-    std::vector<std::int8_t> byString;
+    // A key holds 16 strings at most; one more is read so that longer forms are refused.
+    std::array<std::int8_t, 17> byString{};
+    std::size_t count = 0;
     std::size_t start = 0;
     while (start <= text.size()) {
         const std::size_t end = std::min(text.find(',', start), text.size());
-        const std::string part = text.substr(start, end - start);
+        const std::string_view part = text.substr(start, end - start);
+        if (count == byString.size()) {
+            return 0;
+        }
         if (part == "x") {
-            byString.push_back(-1);
+            byString[count++] = -1;
         } else {
             int value = 0;
             for (const char c : part) {
@@ -77,31 +82,37 @@ std::uint64_t keyOfFormText(std::string text) {
             if (part.empty() || value > 120) {
                 return 0;
             }
-            byString.push_back(static_cast<std::int8_t>(value));
+            byString[count++] = static_cast<std::int8_t>(value);
         }
         start = end + 1;
     }
-    std::reverse(byString.begin(), byString.end());
+    const auto frets = std::span(byString).first(count);
+    std::reverse(frets.begin(), frets.end());
     if (frettedForm) {
         // Its numbers count from its lowest fretted note, which one of them is.
-        if (std::find(byString.begin(), byString.end(), 0) == byString.end()) {
+        if (std::find(frets.begin(), frets.end(), 0) == frets.end()) {
             return 0;
         }
-        for (std::int8_t& fret : byString) {
+        for (std::int8_t& fret : frets) {
             fret = fret < 0 ? fret : static_cast<std::int8_t>(fret + 1);
         }
-        const std::uint64_t key =
-            TARVPlayabilityModel::frettedFormKey(byString.data(), byString.size());
+        const std::uint64_t key = TARVPlayabilityModel::frettedFormKey(frets.data(), count);
         return key != 0 ? key | TARVPlayabilityModel::FrettedFormBit : 0;
     }
-    const std::uint64_t key = TARVPlayabilityModel::formKey(byString.data(), byString.size());
+    const std::uint64_t key = TARVPlayabilityModel::formKey(frets.data(), count);
     if (!openShape) {
         return key;
     }
-    const bool open = std::find(byString.begin(), byString.end(), 0) != byString.end();
+    const bool open = std::find(frets.begin(), frets.end(), 0) != frets.end();
     return open && (key & TARVPlayabilityModel::OpenShapeBit) == 0
                ? key | TARVPlayabilityModel::OpenShapeBit
                : 0;
+}
+
+/// The index of a feature's name in the model file; `FeatureCount` for a name it does not know.
+std::size_t featureIndex(std::string_view name) {
+    const auto found = std::find(kFeatureNames.begin(), kFeatureNames.end(), name);
+    return static_cast<std::size_t>(found - kFeatureNames.begin());
 }
 
 } // namespace
@@ -131,11 +142,9 @@ TARVPlayabilityModel TARVPlayabilityModel::modelWithJSON(std::string_view text) 
             }
             FormTable& table = model._forms[group];
             for (const auto& [form, share] : forms.items()) {
-                const std::uint64_t key = keyOfFormText(form);
-                if (!share.is_number() || key == 0) {
+                if (!share.is_number() || !addForm(table, form, share.get<double>())) {
                     unreadable("form \"" + form + "\" of \"" + group + "\" does not read");
                 }
-                table[key] = share.get<double>();
             }
         }
     }
@@ -153,8 +162,44 @@ TARVPlayabilityModel::TARVPlayabilityModel(const Weights& longWeights, const Wei
     }
 }
 
+bool TARVPlayabilityModel::addForm(FormTable& table, std::string_view form, double share) {
+    const std::uint64_t key = keyOfFormText(form);
+    if (key == 0) {
+        return false;
+    }
+    table[key] = share;
+    return true;
+}
+
+TARVPlayabilityModel TARVPlayabilityModel::compiledModel() {
+    std::array<Weights, 2> weights{};
+    for (const ranking::ModelWeightEntry* entry = ranking::kModelWeights; entry->family != nullptr;
+         ++entry) {
+        const std::size_t feature = featureIndex(entry->feature);
+        if (feature < FeatureCount) {
+            weights[std::string_view(entry->family) == "long" ? 0 : 1][feature] = entry->value;
+        }
+    }
+    TARVPlayabilityModel model(weights[0], weights[1]);
+    FormTable* table = nullptr;
+    const char* tableGroup = nullptr;
+    for (const ranking::ModelFormEntry* entry = ranking::kModelForms; entry->group != nullptr;
+         ++entry) {
+        // The build writes each group's forms together.
+        if (tableGroup == nullptr || std::string_view(tableGroup) != entry->group) {
+            tableGroup = entry->group;
+            table = &model._forms[entry->group];
+        }
+        if (!addForm(*table, entry->form, entry->share)) {
+            unreadable(std::string("form \"") + entry->form + "\" of \"" + entry->group +
+                       "\" does not read");
+        }
+    }
+    return model;
+}
+
 const TARVPlayabilityModel& TARVPlayabilityModel::shared() {
-    static const TARVPlayabilityModel model = modelWithJSON(kTARVPlayabilityModelJSON);
+    static const TARVPlayabilityModel model = compiledModel();
     return model;
 }
 

@@ -1,8 +1,11 @@
 #include "tarv/ranking/TARVPlayabilityModel.hpp"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 
 namespace tarv {
@@ -29,6 +32,33 @@ TEST(TARVPlayabilityModel, ShippedModelWeighsEveryFeatureOfBothFamilies) {
         }
         EXPECT_GT(nonZero, 10);
     }
+}
+
+TEST(TARVPlayabilityModel, CompiledModelIsTheShippedModelFile) {
+    std::ifstream file(TARV_SOURCE_DIR "/resources/ranking/model.json");
+    ASSERT_TRUE(file);
+    std::stringstream text;
+    text << file.rdbuf();
+    const auto read = TARVPlayabilityModel::modelWithJSON(text.str());
+    const TARVPlayabilityModel& compiled = TARVPlayabilityModel::shared();
+    for (const auto family :
+         {TARVPlayabilityModel::Family::Long, TARVPlayabilityModel::Family::Short}) {
+        EXPECT_EQ(compiled.weights(family), read.weights(family));
+    }
+    const auto tree = nlohmann::json::parse(text.str());
+    std::size_t forms = 0;
+    for (const auto& [group, table] : tree.at("forms").items()) {
+        const std::size_t bar = group.find('|');
+        ASSERT_NE(bar, std::string::npos) << group;
+        const auto* expected = read.formsFor(group.substr(0, bar), group.substr(bar + 1));
+        const auto* actual = compiled.formsFor(group.substr(0, bar), group.substr(bar + 1));
+        ASSERT_NE(expected, nullptr) << group;
+        ASSERT_NE(actual, nullptr) << group;
+        EXPECT_EQ(*actual, *expected) << group;
+        EXPECT_EQ(actual->size(), table.size()) << group;
+        forms += actual->size();
+    }
+    EXPECT_GT(forms, 1000u);
 }
 
 TEST(TARVPlayabilityModel, ReadsWeightsAndFormsFromJSON) {

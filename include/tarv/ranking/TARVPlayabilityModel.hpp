@@ -125,6 +125,11 @@ public:
     static double frettedFamiliarity(const FormTable& table, std::uint64_t frettedFormKey) noexcept;
 
 private:
+    /// The model of resources/ranking/model.json, from the tables the build makes of it.
+    static TARVPlayabilityModel compiledModel();
+    /// Adds a form read as the model file writes it; false when it does not read.
+    static bool addForm(FormTable& table, std::string_view form, double share);
+
     std::array<Weights, 2> _weights{};
     std::array<TARVPlayableShape::TermTablePtr, 2> _termTables;
     std::unordered_map<std::string, FormTable> _forms;
