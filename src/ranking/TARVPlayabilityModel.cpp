@@ -316,6 +316,9 @@ std::uint64_t TARVPlayabilityModel::frettedFormKey(const std::int8_t* frets,
 }
 
 std::string TARVPlayabilityModel::frettedFormText(const std::int8_t* frets, std::size_t count) {
+    if (count > 15) {
+        return std::string();
+    }
     int lowest = 0;
     for (std::size_t s = 0; s < count; ++s) {
         if (frets[s] > 0 && (lowest == 0 || frets[s] < lowest)) {

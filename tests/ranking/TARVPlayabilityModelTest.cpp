@@ -132,6 +132,11 @@ TEST(TARVPlayabilityModel, AFrettedFormIsTheFrettedNotesAlone) {
     EXPECT_EQ(TARVPlayabilityModel::frettedFormKey(open, 6), 0U);
     EXPECT_EQ(TARVPlayabilityModel::frettedFormText(open, 6), "");
     EXPECT_EQ(TARVPlayabilityModel::frettedFamiliarity(*forms, 0), 0);
+    // Sixteen strings leave no room for the bit that marks a fretted form.
+    const std::int8_t sixteen[16] = {1, 2, 3};
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormKey(sixteen, 16), 0U);
+    EXPECT_EQ(TARVPlayabilityModel::frettedFormText(sixteen, 16), "");
+    EXPECT_NE(TARVPlayabilityModel::frettedFormText(sixteen, 15), "");
     // A fretted form counts from its lowest fretted note, so one of its numbers is 0.
     EXPECT_THROW(TARVPlayabilityModel::modelWithJSON(
                      R"({"families": {"long": {"weights": {}}, "short": {"weights": {}}},
