@@ -884,20 +884,27 @@ private:
 
     /// Whether the strings from `depth` on can still complete `state` to a shape.
     bool canComplete(std::size_t depth, const State& state) const {
+        return canComplete(depth, state.covered, state.lowestPitch, state.lowestBit,
+                           state.atWindow);
+    }
+
+    /// The same, from the parts of a state it depends on.
+    bool canComplete(std::size_t depth, std::uint16_t covered, std::int32_t lowestPitch,
+                     std::uint16_t lowestBit, bool atWindow) const {
         // Every string left adds one tone at most.
-        const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~state.covered);
+        const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~covered);
         if ((missing & ~_suffixMask[depth]) != 0 ||
             static_cast<std::size_t>(bitCount(missing)) > _order.size() - depth) {
             return false;
         }
         // Once nothing left can sound lower, the bass is settled.
-        if (_context.strictBass && state.lowestPitch < _suffixLowest[depth] &&
-            state.lowestPitch != std::numeric_limits<std::int32_t>::max() &&
-            (state.lowestBit & _context.bassMask) == 0) {
+        if (_context.strictBass && lowestPitch < _suffixLowest[depth] &&
+            lowestPitch != std::numeric_limits<std::int32_t>::max() &&
+            (lowestBit & _context.bassMask) == 0) {
             return false;
         }
         // A window's shapes fret its first fret.
-        return state.atWindow || _suffixWindow[depth] != 0;
+        return atWindow || _suffixWindow[depth] != 0;
     }
 
     /// Goes on with `state` after the strings before `depth`, which it can complete.
@@ -926,25 +933,38 @@ private:
                 }
                 continue;
             }
-            State after = state;
+            std::uint32_t above = state.above;
+            std::uint8_t aboveCount = state.aboveCount;
             if (fret > _window && _window > 0) {
                 const unsigned aboveBit = 1u << (fret - _window);
-                if ((state.above & aboveBit) == 0) {
-                    if (state.aboveCount == aboveLimit) {
+                if ((above & aboveBit) == 0) {
+                    if (aboveCount == aboveLimit) {
                         continue;
                     }
-                    after.above |= aboveBit;
-                    ++after.aboveCount;
+                    above |= aboveBit;
+                    ++aboveCount;
                 }
             }
+            // Most choices leave a state that cannot be completed: that is settled before the
+            // rest of the state is made.
+            const std::int32_t pitch = choice.pitch;
+            const auto covered = static_cast<std::uint16_t>(state.covered | choice.bit);
+            const bool lower = pitch < state.lowestPitch;
+            const std::int32_t lowestPitch = lower ? pitch : state.lowestPitch;
+            const std::uint16_t lowestBit = lower ? choice.bit : state.lowestBit;
+            const bool atWindow = state.atWindow || (fret > 0 && fret == _window);
+            if (!canComplete(depth + 1, covered, lowestPitch, lowestBit, atWindow)) {
+                continue;
+            }
+            State after = state;
+            after.above = above;
+            after.aboveCount = aboveCount;
+            after.covered = covered;
+            after.lowestPitch = lowestPitch;
+            after.lowestBit = lowestBit;
+            after.atWindow = atWindow;
             _frets[string] = fret;
             {
-                const std::int32_t pitch = choice.pitch;
-                after.covered = static_cast<std::uint16_t>(after.covered | choice.bit);
-                if (pitch < after.lowestPitch) {
-                    after.lowestPitch = pitch;
-                    after.lowestBit = choice.bit;
-                }
                 after.pitchSum += pitch;
                 ++after.sounding;
                 after.firstSounding = std::min(after.firstSounding, stringNumber);
@@ -956,7 +976,6 @@ private:
                     ++after.open;
                 } else {
                     ++after.fretted;
-                    after.atWindow = after.atWindow || fret == _window;
                 }
                 if (string < 16) {
                     const auto openValue = static_cast<std::uint64_t>(fret + 1);
@@ -969,9 +988,7 @@ private:
                     }
                 }
             }
-            if (canComplete(depth + 1, after)) {
-                next(depth + 1, after);
-            }
+            next(depth + 1, after);
         }
         _frets[string] = -1;
     }
