@@ -945,8 +945,8 @@ private:
                     ++aboveCount;
                 }
             }
-            // Most choices leave a state that cannot be completed: that is settled before the
-            // rest of the state is made.
+            // Whether the shape can still be completed is settled before the rest of the state
+            // is made: a third of the choices of a triad fail here, two in three of a 13th's.
             const std::int32_t pitch = choice.pitch;
             const auto covered = static_cast<std::uint16_t>(state.covered | choice.bit);
             const bool lower = pitch < state.lowestPitch;
