@@ -11,6 +11,7 @@
 #include <bit>
 #include <bitset>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <stdexcept>
@@ -107,7 +108,7 @@ constexpr std::array<std::uint8_t, 4096> kBitCounts = [] {
 
 /// Set bits of a pitch-class mask.
 int bitCount(std::uint16_t mask) {
-    return kBitCounts[mask & 0xFFFu] + kBitCounts[mask >> 12];
+    return kBitCounts[mask & 0xFFFu];
 }
 
 std::uint16_t classBit(int pitchClass) {
@@ -637,14 +638,15 @@ struct Leaves {
                 stringCount};
     }
 
-    void add(double bound, std::span<const std::int8_t> leafFrets) {
+    /// `leafFrets` holds `stringCount` frets, and at least `kInlineStrings` values.
+    void add(double bound, const std::vector<std::int8_t>& leafFrets) {
         if (bound > threshold) {
             return;
         }
         Leaf& leaf = leaves.emplace_back();
         leaf.bound = bound;
         if (stringCount <= kInlineStrings) {
-            std::copy(leafFrets.begin(), leafFrets.end(), leaf.frets.begin());
+            std::memcpy(leaf.frets.data(), leafFrets.data(), kInlineStrings);
         } else {
             leaf.offset = frets.size();
             frets.insert(frets.end(), leafFrets.begin(), leafFrets.end());
@@ -727,10 +729,10 @@ private:
 class WindowSearch {
 public:
     WindowSearch(const Context& context, Leaves& leaves)
-        : _context(context), _leaves(leaves), _floor(context), _frets(context.stringCount, -1),
-          _choices(context.stringCount), _order(context.stringCount),
-          _suffixMask(context.stringCount + 1), _suffixLowest(context.stringCount + 1),
-          _suffixWindow(context.stringCount + 1) {
+        : _context(context), _leaves(leaves), _floor(context),
+          _frets(std::max(context.stringCount, kInlineStrings), -1), _choices(context.stringCount),
+          _order(context.stringCount), _suffix(context.stringCount + 1),
+          _bassFree(context.strictBass ? context.bassMask : std::uint16_t{0xFFFF}) {
         for (std::size_t i = 0; i < _order.size(); ++i) {
             _order[i] = i;
         }
@@ -825,11 +827,8 @@ public:
                                       w[Model::OpenAwayFromNut] * std::max(0, window - 1) +
                                       w[Model::OpenWithHighFrets] * (fret > kHighFret ? 1 : 0));
             }
-            // What the strings from each depth on can still add: their tones, the lowest
-            // pitch any of them can sound, and whether one can take the window's first fret.
-            _suffixMask[_order.size()] = 0;
-            _suffixLowest[_order.size()] = std::numeric_limits<std::int32_t>::max();
-            _suffixWindow[_order.size()] = window == 0 ? 1 : 0;
+            _suffix[_order.size()] = {std::numeric_limits<std::int32_t>::max(), 0,
+                                      static_cast<std::uint8_t>(window == 0 ? 1 : 0), 0};
             for (std::size_t depth = _order.size(); depth-- > 0;) {
                 const std::size_t s = _order[depth];
                 std::uint16_t mask = 0;
@@ -842,14 +841,16 @@ public:
                         atWindow = atWindow || choice.fret == window;
                     }
                 }
-                _suffixMask[depth] = static_cast<std::uint16_t>(_suffixMask[depth + 1] | mask);
-                _suffixLowest[depth] = std::min(_suffixLowest[depth + 1], lowest);
-                _suffixWindow[depth] = _suffixWindow[depth + 1] != 0 || atWindow ? 1 : 0;
+                const Suffix& after = _suffix[depth + 1];
+                _suffix[depth] = {std::min(after.lowest, lowest),
+                                  static_cast<std::uint16_t>(after.mask | mask),
+                                  static_cast<std::uint8_t>(after.window != 0 || atWindow ? 1 : 0),
+                                  after.strings + 1};
             }
             State start;
             start.atWindow = window == 0;
             if (canComplete(0, start)) {
-                next(0, start);
+                descend(0, start);
             }
         }
     }
@@ -891,31 +892,21 @@ private:
     /// The same, from the parts of a state it depends on.
     bool canComplete(std::size_t depth, std::uint16_t covered, std::int32_t lowestPitch,
                      std::uint16_t lowestBit, bool atWindow) const {
+        const Suffix& suffix = _suffix[depth];
         // Every string left adds one tone at most.
         const auto missing = static_cast<std::uint16_t>(_context.requiredMask & ~covered);
-        if ((missing & ~_suffixMask[depth]) != 0 ||
-            static_cast<std::size_t>(bitCount(missing)) > _order.size() - depth) {
+        if ((missing & ~suffix.mask) != 0 || bitCount(missing) > suffix.strings) {
             return false;
         }
         // Once nothing left can sound lower, the bass is settled.
-        if (_context.strictBass && lowestPitch < _suffixLowest[depth] &&
-            lowestPitch != std::numeric_limits<std::int32_t>::max() &&
-            (lowestBit & _context.bassMask) == 0) {
+        if ((lowestBit & _bassFree) == 0 && lowestBit != 0 && lowestPitch < suffix.lowest) {
             return false;
         }
         // A window's shapes fret its first fret.
-        return atWindow || _suffixWindow[depth] != 0;
+        return atWindow || suffix.window != 0;
     }
 
     /// Goes on with `state` after the strings before `depth`, which it can complete.
-    void next(std::size_t depth, const State& state) {
-        if (depth == _order.size()) {
-            _leaves.add(bound(state), _frets);
-        } else {
-            descend(depth, state);
-        }
-    }
-
     void descend(std::size_t depth, const State& state) {
         const std::size_t string = _order[depth];
         const auto stringNumber = static_cast<std::int16_t>(string);
@@ -923,13 +914,18 @@ private:
         // A note at the window's first fret takes the index finger (alone or as a barre);
         // every fret above it needs a finger of its own: three are left, four with the thumb.
         const int aboveLimit = _context.hand.allowThumb ? 4 : 3;
+        const bool last = depth + 1 == _order.size();
         for (const Choice& choice : _choices[string]) {
             const std::int8_t fret = choice.fret;
             if (fret < 0) {
                 // A muted string changes nothing but the frets.
                 if (canComplete(depth + 1, state)) {
                     _frets[string] = fret;
-                    next(depth + 1, state);
+                    if (last) {
+                        _leaves.add(bound(state), _frets);
+                    } else {
+                        descend(depth + 1, state);
+                    }
                 }
                 continue;
             }
@@ -988,7 +984,11 @@ private:
                     }
                 }
             }
-            next(depth + 1, after);
+            if (last) {
+                _leaves.add(bound(after), _frets);
+            } else {
+                descend(depth + 1, after);
+            }
         }
         _frets[string] = -1;
     }
@@ -1024,13 +1024,13 @@ private:
         // An open string makes the nut the lowest sounding fret.
         const bool open = state.open > 0;
         if (_context.forms != nullptr && (open ? state.openFormFits : state.windowFormFits) &&
-            _frets.size() <= 16) {
+            _context.stringCount <= 16) {
             const std::uint64_t key = open ? state.openFormKey : state.windowFormKey;
             sum += w[Model::FamiliarForm] * familiarityOf(_context, key, open);
         }
         // Every shape of window w > 0 frets w: its window form key is its fretted form's.
         if (_context.forms != nullptr && _window > 0 && state.windowFormFits &&
-            _frets.size() <= 15) {
+            _context.stringCount <= 15) {
             sum += w[Model::FamiliarFrets] * frettedFamiliarityOf(_context, state.windowFormKey);
         }
         sum += more + _constantTerms;
@@ -1040,8 +1040,9 @@ private:
     /// Muted strings of the current frets whose open string would add a chord tone above the
     /// bass: `mutedOpenToneCount`.
     int mutedOpenTones(const State& state) const {
-        if (_frets.size() > 32) {
-            return mutedOpenToneCount(_context, _frets, state.lowestPitch);
+        if (_context.stringCount > 32) {
+            return mutedOpenToneCount(_context, std::span(_frets).first(_context.stringCount),
+                                      state.lowestPitch);
         }
         int count = 0;
         for (std::uint32_t left = _openToneStrings & ~state.soundingStrings; left != 0;
@@ -1055,6 +1056,8 @@ private:
     const Context& _context;
     Leaves& _leaves;
     FingeringFloor _floor;
+    /// The frets chosen, one per string and at least `kInlineStrings`, the ones past the
+    /// strings muted.
     std::vector<std::int8_t> _frets;
     /// What each string may do in the window, with the pitch and pitch class it sounds.
     struct Choice {
@@ -1067,9 +1070,17 @@ private:
     /// sounds no chord tone or lies below where the string starts.
     std::vector<Choice> _toneAt;
     std::vector<std::size_t> _order;
-    std::vector<std::uint16_t> _suffixMask;
-    std::vector<std::int32_t> _suffixLowest;
-    std::vector<std::uint8_t> _suffixWindow;
+    /// What the strings from each depth on can still add: their tones, the lowest pitch any of
+    /// them can sound, whether one can take the window's first fret, and how many they are.
+    struct Suffix {
+        std::int32_t lowest;
+        std::uint16_t mask;
+        std::uint8_t window;
+        int strings;
+    };
+    std::vector<Suffix> _suffix;
+    /// The bass pitch classes a shape may stand on: any when the bass is free.
+    std::uint16_t _bassFree;
     /// Position terms of the window's shapes.
     double _windowTerms = 0;
     /// By the frets from the window's first to the highest fretted: the reach and fret range
