@@ -1356,7 +1356,7 @@ TARVPlayableShapes::shapesForChord(const SChordPtr& chord,
     std::make_heap(pending.begin(), pending.end(), byBound);
     FingeringMemo memo(context.hand);
     std::vector<Found> found;
-    found.reserve(std::min<std::size_t>(pending.size(), 64));
+    found.reserve(std::min<std::size_t>(pending.size(), 256));
     // The found voicings, ranked.
     std::vector<std::size_t> order;
     std::vector<const Found*> below;
